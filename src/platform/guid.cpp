@@ -1,0 +1,81 @@
+#include "platform/guid.h"
+
+#include <openssl/rand.h>
+
+#include <random>
+
+#include "store/ids.h"
+
+namespace qorl {
+namespace TKSGUIDGenerator {
+
+namespace {
+
+constexpr size_t kGUIDTextLength = 36;
+
+inline bool IsHyphenPosition(size_t i) { return i == 8 || i == 13 || i == 18 || i == 23; }
+
+int HexValue(char32_t c) {
+  if (c >= U'0' && c <= U'9') return static_cast<int>(c - U'0');
+  if (c >= U'a' && c <= U'f') return static_cast<int>(c - U'a' + 10);
+  if (c >= U'A' && c <= U'F') return static_cast<int>(c - U'A' + 10);
+  return -1;
+}
+
+}  // namespace
+
+VXString ByteVectorToGUIDString(const VXUpgradeID& id) {
+  if (id.empty()) return VXString();
+  static constexpr char kHex[] = "0123456789abcdef";
+  char32_t buf[kGUIDTextLength];
+  size_t o = 0;
+  for (size_t i = 0; i < 16; ++i) {
+    if (o == 8 || o == 13 || o == 18 || o == 23) buf[o++] = U'-';
+    buf[o++] = static_cast<char32_t>(kHex[id[i] >> 4]);
+    buf[o++] = static_cast<char32_t>(kHex[id[i] & 0x0F]);
+  }
+  return VXString(buf, kGUIDTextLength);
+}
+
+bool VXStringToGUIDByteVector(VXUpgradeID& id, const VXString& text) {
+  id.clear();
+  std::u32string_view s = text.view();
+  if (s.size() == kGUIDTextLength + 2 && s.front() == U'{' && s.back() == U'}') s = s.substr(1, kGUIDTextLength);
+  if (s.size() != kGUIDTextLength) return false;
+  uint8_t bytes[16];
+  size_t b = 0;
+  for (size_t i = 0; i < kGUIDTextLength;) {
+    if (IsHyphenPosition(i)) {
+      if (s[i] != U'-') return false;
+      ++i;
+      continue;
+    }
+    int hi = HexValue(s[i]);
+    int lo = HexValue(s[i + 1]);
+    if (hi < 0 || lo < 0) return false;
+    bytes[b++] = static_cast<uint8_t>((hi << 4) | lo);
+    i += 2;
+  }
+  id.assign(bytes, sizeof bytes);
+  return true;
+}
+
+bool IsGUIDByteVectorInitialized(const VXUpgradeID& id) { return !id.empty(); }
+
+void GetNextGUIDByteVector(VXUpgradeID& id) {
+  uint8_t bytes[16];
+  if (RAND_bytes(bytes, sizeof bytes) != 1) {
+    // The OpenSSL generator failing is nearly unheard of; an identifier from
+    // the system's entropy source is still unique enough for a uid.
+    std::random_device rd;
+    for (uint8_t& x : bytes) x = static_cast<uint8_t>(rd());
+  }
+  bytes[6] = static_cast<uint8_t>((bytes[6] & 0x0F) | 0x40);  // version 4
+  bytes[8] = static_cast<uint8_t>((bytes[8] & 0x3F) | 0x80);  // RFC 4122 variant
+  id.assign(bytes, sizeof bytes);
+}
+
+bool LooksLikeGUIDText(const VXString& text) { return text.size() >= 10 && text[8] == U'-'; }
+
+}  // namespace TKSGUIDGenerator
+}  // namespace qorl

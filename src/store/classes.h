@@ -1,0 +1,335 @@
+// The store's object classes. Each class's accessors and data arrive with its
+// element; QORL_OBJECT gives the metaclass and visitor plumbing every class has.
+// A class with properties of its own declares
+//   static std::span<const PropDesc> OwnProperties();
+// returning its table (see store/props.h); persistence and copying find it.
+#pragma once
+
+#include "store/object.h"
+#include "store/relation.h"
+
+namespace qorl {
+
+#define QORL_OBJECT(C)                                      \
+ public:                                                    \
+  static const AMetaClass* GetClassMetaClass();             \
+  const AMetaClass* GetMetaClass() const override;          \
+  void Accept(AMetadataVisitor& v) override;                \
+                                                            \
+ private:
+
+class AMergeableObject : public ARpObject {
+  QORL_OBJECT(AMergeableObject)
+};
+
+class AAggrRule : public ARpObject {
+  QORL_OBJECT(AAggrRule)
+};
+
+class AAttributeDefn : public ARpObject {
+  QORL_OBJECT(AAttributeDefn)
+};
+
+class ALogicalSourceFolder : public ARpObject {
+  QORL_OBJECT(ALogicalSourceFolder)
+};
+
+class AMeasureDefn : public ARpObject {
+  QORL_OBJECT(AMeasureDefn)
+};
+
+class AObjectPrivilege : public ARpObject {
+  QORL_OBJECT(AObjectPrivilege)
+};
+
+class AOverrideAggrRule : public ARpObject {
+  QORL_OBJECT(AOverrideAggrRule)
+};
+
+class AQueryPrivilege : public ARpObject {
+  QORL_OBJECT(AQueryPrivilege)
+};
+
+class ARelativeSequenceNumber : public ARpObject {
+  QORL_OBJECT(ARelativeSequenceNumber)
+};
+
+class ARole : public ARpObject {
+  QORL_OBJECT(ARole)
+};
+
+class ATypePrivilege : public ARpObject {
+  QORL_OBJECT(ATypePrivilege)
+};
+
+class AUserDatabaseSignon : public ARpObject {
+  QORL_OBJECT(AUserDatabaseSignon)
+};
+
+class ANamedExpr : public ARpObject {
+  QORL_OBJECT(ANamedExpr)
+};
+
+class AMktg_SamplingLevel : public ARpObject {
+  QORL_OBJECT(AMktg_SamplingLevel)
+};
+
+class AEntityAttr : public ARpObject {
+  QORL_OBJECT(AEntityAttr)
+};
+
+class ASchemaFolder : public ARpObject {
+  QORL_OBJECT(ASchemaFolder)
+};
+
+class AAWHierarchy : public AMergeableObject {
+  QORL_OBJECT(AAWHierarchy)
+};
+
+class AAWLevel : public AMergeableObject {
+  QORL_OBJECT(AAWLevel)
+};
+
+class AAttribute : public AMergeableObject {
+  QORL_OBJECT(AAttribute)
+};
+
+class AAuthorizer : public AMergeableObject {
+  QORL_OBJECT(AAuthorizer)
+ public:
+  // The fixed identifiers of the built-in administrator user and group, the
+  // same in every repository so that documents carry them between stores.
+  static void GetAdministratorUIDs(VXUpgradeID& user, VXUpgradeID& group);
+  // The uid of the internal account whose name documents keep encrypted.
+  static void GetMandatorySecurityObjectsUIDs(VXUpgradeID& internalAccount);
+};
+
+class AComplexJoin : public AMergeableObject {
+  QORL_OBJECT(AComplexJoin)
+};
+
+class AConnectionPool : public AMergeableObject {
+  QORL_OBJECT(AConnectionPool)
+};
+
+class ACustomAuthenticator : public AMergeableObject {
+  QORL_OBJECT(ACustomAuthenticator)
+};
+
+class ADataComposite : public AMergeableObject {
+  QORL_OBJECT(ADataComposite)
+};
+
+class ADimension : public AMergeableObject {
+  QORL_OBJECT(ADimension)
+};
+
+class AEntity : public AMergeableObject {
+  QORL_OBJECT(AEntity)
+};
+
+class AGVSSecurity : public AMergeableObject {
+  QORL_OBJECT(AGVSSecurity)
+};
+
+class AFolder : public AMergeableObject {
+  QORL_OBJECT(AFolder)
+};
+
+class AForeignKey : public AMergeableObject {
+  QORL_OBJECT(AForeignKey)
+};
+
+class AHierarchy : public AMergeableObject {
+  QORL_OBJECT(AHierarchy)
+};
+
+class AKey : public AMergeableObject {
+  QORL_OBJECT(AKey)
+};
+
+class ALdapServer : public AMergeableObject {
+  QORL_OBJECT(ALdapServer)
+};
+
+class ALogicalDisplayFolder : public AMergeableObject {
+  QORL_OBJECT(ALogicalDisplayFolder)
+};
+
+class ALogicalForeignKey : public AMergeableObject {
+  QORL_OBJECT(ALogicalForeignKey)
+};
+
+class ALogicalTableSource : public AMergeableObject {
+  QORL_OBJECT(ALogicalTableSource)
+};
+
+class APAttribute : public AMergeableObject {
+  QORL_OBJECT(APAttribute)
+};
+
+class APhysicalDataFolder : public AMergeableObject {
+  QORL_OBJECT(APhysicalDataFolder)
+};
+
+class APhysicalDimension : public AMergeableObject {
+  QORL_OBJECT(APhysicalDimension)
+};
+
+class APhysicalDisplayFolder : public AMergeableObject {
+  QORL_OBJECT(APhysicalDisplayFolder)
+};
+
+class APhysicalLevel : public AMergeableObject {
+  QORL_OBJECT(APhysicalLevel)
+};
+
+class AProject : public AMergeableObject {
+  QORL_OBJECT(AProject)
+};
+
+class AQueryObject : public AMergeableObject {
+  QORL_OBJECT(AQueryObject)
+};
+
+class ARelationship : public AMergeableObject {
+  QORL_OBJECT(ARelationship)
+};
+
+class ARpVariable : public AMergeableObject {
+  QORL_OBJECT(ARpVariable)
+};
+
+class ASessionVariableBlock : public AMergeableObject {
+  QORL_OBJECT(ASessionVariableBlock)
+};
+
+class ASubjectArea : public AMergeableObject {
+  QORL_OBJECT(ASubjectArea)
+};
+
+class ATableKey : public AMergeableObject {
+  QORL_OBJECT(ATableKey)
+};
+
+class APrivilegePackage : public AAuthorizer {
+  QORL_OBJECT(APrivilegePackage)
+};
+
+class ASecurityRole : public AAuthorizer {
+  QORL_OBJECT(ASecurityRole)
+};
+
+class AUser : public AAuthorizer {
+  QORL_OBJECT(AUser)
+};
+
+class ATable : public ADataComposite {
+  QORL_OBJECT(ATable)
+};
+
+class AAWTable : public ATable {
+  QORL_OBJECT(AAWTable)
+};
+
+class ACubeTable : public ATable {
+  QORL_OBJECT(ACubeTable)
+};
+
+class AAWCube : public AAWTable {
+  QORL_OBJECT(AAWCube)
+};
+
+class AAWDimension : public AAWTable {
+  QORL_OBJECT(AAWDimension)
+};
+
+class AColumn : public APAttribute {
+  QORL_OBJECT(AColumn)
+};
+
+class AAWColumn : public AColumn {
+  QORL_OBJECT(AAWColumn)
+};
+
+class ACubeColumn : public AColumn {
+  QORL_OBJECT(ACubeColumn)
+};
+
+class AAnalyticWorkspace : public APhysicalDataFolder {
+  QORL_OBJECT(AAnalyticWorkspace)
+};
+
+class ACatalog : public APhysicalDataFolder {
+  QORL_OBJECT(ACatalog)
+};
+
+class ADatabase : public APhysicalDataFolder {
+  QORL_OBJECT(ADatabase)
+};
+
+class ASchema : public APhysicalDataFolder {
+  QORL_OBJECT(ASchema)
+};
+
+class ALevel : public AEntity {
+  QORL_OBJECT(ALevel)
+};
+
+class ALogicalTable : public AEntity {
+  QORL_OBJECT(ALogicalTable)
+};
+
+class ALevelToLevel : public ARelationship {
+  QORL_OBJECT(ALevelToLevel)
+};
+
+class ACatalogFolder : public AFolder {
+  QORL_OBJECT(ACatalogFolder)
+};
+
+class AEntityFolder : public AFolder {
+  QORL_OBJECT(AEntityFolder)
+};
+
+class APresentationHierarchy : public AFolder {
+  QORL_OBJECT(APresentationHierarchy)
+};
+
+class APresentationLevel : public AFolder {
+  QORL_OBJECT(APresentationLevel)
+};
+
+class AFolderAttr : public ARpObject {
+  QORL_OBJECT(AFolderAttr)
+};
+
+class AMktg_CatalogLink : public ARpObject {
+  QORL_OBJECT(AMktg_CatalogLink)
+};
+
+class AMktg_CustomerType : public ARpObject {
+  QORL_OBJECT(AMktg_CustomerType)
+};
+
+class AMktg_ListCatalog : public ARpObject {
+  QORL_OBJECT(AMktg_ListCatalog)
+};
+
+class AMktg_QualifiedItem : public ARpObject {
+  QORL_OBJECT(AMktg_QualifiedItem)
+};
+
+class AMktg_QualifyingKey : public ARpObject {
+  QORL_OBJECT(AMktg_QualifyingKey)
+};
+
+class AMktg_SamplingTable : public ARpObject {
+  QORL_OBJECT(AMktg_SamplingTable)
+};
+
+class AMktg_SegmentationCatalog : public ARpObject {
+  QORL_OBJECT(AMktg_SegmentationCatalog)
+};
+
+}  // namespace qorl

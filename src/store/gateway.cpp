@@ -1,0 +1,572 @@
+#include "store/gateway.h"
+
+#include <algorithm>
+
+#include "platform/crypto.h"
+#include "platform/error.h"
+#include "platform/guid.h"
+#include "store/conditions.h"
+#include "store/metadata_util.h"
+#include "store/persistence.h"
+#include "store/props.h"
+
+namespace qorl {
+
+ARpGateway::ARpGateway() = default;
+
+ARpGateway::~ARpGateway() { DropAll(true); }
+
+// Marks every object dead and frees those no reference holds.
+void ARpGateway::DropAll(bool bGatewayGone) {
+  for (auto& [k, o] : m_objects) {
+    o->m_dead = true;
+    o->m_gatewayGone = bGatewayGone;
+    if (o->m_refs == 0) ReleaseObject(o);
+  }
+  m_objects.clear();
+  m_relations.clear();
+  m_relBack.clear();
+  m_nameIndex.clear();
+  m_nameIndexValid = false;
+  m_children.clear();
+  m_childIndexValid = false;
+  m_uidIndex.clear();
+  m_uidIndexValid = false;
+  m_dirty.clear();
+  m_deleted.clear();
+  m_dirtyRels.clear();
+  m_dirtyProps.clear();
+  m_props.clear();
+}
+
+std::unique_ptr<ARpGateway> ARpGateway::CreateInMemory(const VXString& password) {
+  std::unique_ptr<ARpGateway> rp(new ARpGateway());
+  rp->m_key = std::make_unique<crypto::AESKey>(crypto::NewKey(password));
+  rp->m_props[kRepPropWritable] = ByteVector{1};
+  rp->m_props[kRepPropNextUniqueNum] = UniqueNum(1).ToByteVector();
+  FixMandatorySecurityObjects(rp.get());
+  rp->Commit();
+  return rp;
+}
+
+std::unique_ptr<ARpGateway> ARpGateway::Create(const VXString& path, const VXString& password) {
+  std::unique_ptr<ARpGateway> rp(new ARpGateway());
+  rp->m_path = path;
+  rp->m_key = std::make_unique<crypto::AESKey>(crypto::NewKey(password));
+  rp->m_store = Persistence::CreateFile(path, crypto::MakeKeyCheck(*rp->m_key));
+  rp->m_props[kRepPropWritable] = ByteVector{1};
+  rp->m_props[kRepPropNextUniqueNum] = UniqueNum(1).ToByteVector();
+  rp->m_dirtyProps = {kRepPropWritable, kRepPropNextUniqueNum};
+  FixMandatorySecurityObjects(rp.get());
+  rp->Commit();
+  return rp;
+}
+
+std::unique_ptr<ARpGateway> ARpGateway::Open(const VXString& path, const VXString& password) {
+  std::unique_ptr<ARpGateway> rp(new ARpGateway());
+  rp->m_path = path;
+  ByteVector check;
+  rp->m_store = Persistence::OpenFile(path, check);
+  crypto::AESKey key;
+  if (!crypto::VerifyPasswordWithKeyCheck(password, check, key)) throw ErrorMessage(99002, path);
+  rp->m_key = std::make_unique<crypto::AESKey>(key);
+  rp->LoadFromFile();
+  return rp;
+}
+
+void ARpGateway::LoadFromFile() {
+  m_loading = true;
+  m_store->LoadProperties(m_props);
+  m_store->LoadObjects([this](const VoidID& id, const uint8_t* data, size_t n) {
+    ARpObject* obj = Instantiate(id.m_interfaceTypeID, id);
+    if (!obj) throw ErrorMessage(99004, m_path, VXString("object of unknown type ") + id.ToString());
+    if (!LoadObjectProperties(*obj, data, n)) {
+      delete obj;
+      throw ErrorMessage(99004, m_path, VXString("object ") + id.ToString() + " cannot be read");
+    }
+    Adopt(obj);
+  });
+  m_store->LoadRelations([this](uint64_t owner, RelID rel, std::vector<VoidID>&& tuples) {
+    const RelDesc* d = FindRelDesc(rel);
+    size_t width = d ? d->arity - 1u : 1u;
+    for (const VoidID& m : tuples) {
+      auto& back = m_relBack[m.Key()];
+      if (back.empty() || back.back().owner != owner || back.back().rel != rel) back.push_back({owner, rel});
+    }
+    (void)width;
+    m_relations.emplace(RelKey{owner, rel}, std::move(tuples));
+  });
+  m_loading = false;
+}
+
+void ARpGateway::Commit() {
+  if (!m_store) {
+    for (uint64_t k : m_dirty) {
+      auto it = m_objects.find(k);
+      if (it != m_objects.end()) it->second->m_dirty = false;
+    }
+    m_dirty.clear();
+    m_deleted.clear();
+    m_dirtyRels.clear();
+    m_dirtyProps.clear();
+    return;
+  }
+  Persistence::Batch batch(*m_store);
+  ByteVector buf;
+  for (uint64_t k : m_deleted) batch.DeleteObject(k);
+  for (uint64_t k : m_dirty) {
+    auto it = m_objects.find(k);
+    if (it == m_objects.end()) continue;
+    buf.clear();
+    SaveObjectProperties(*it->second, buf);
+    batch.PutObject(k, buf);
+  }
+  for (const RelKey& rk : m_dirtyRels) {
+    auto it = m_relations.find(rk);
+    if (it == m_relations.end() || it->second.empty()) batch.DeleteRelation(rk.owner, rk.rel);
+    else batch.PutRelation(rk.owner, rk.rel, it->second);
+  }
+  for (int id : m_dirtyProps) {
+    auto it = m_props.find(id);
+    if (it == m_props.end()) batch.DeleteProperty(id);
+    else batch.PutProperty(id, it->second);
+  }
+  batch.Commit();
+  for (uint64_t k : m_dirty) {
+    auto it = m_objects.find(k);
+    if (it != m_objects.end()) it->second->m_dirty = false;
+  }
+  m_dirty.clear();
+  m_deleted.clear();
+  m_dirtyRels.clear();
+  m_dirtyProps.clear();
+}
+
+// Throws every uncommitted change away by reloading the file. References
+// to objects that survive find their reloaded objects by id.
+void ARpGateway::Rollback() {
+  if (!HasUncommittedChanges()) return;
+  if (!m_store) throw ErrorMessage(99006, VXString("(memory)"), VXString("a repository in memory cannot roll back"));
+  DropAll(false);
+  LoadFromFile();
+}
+
+bool ARpGateway::HasUncommittedChanges() const {
+  return !m_dirty.empty() || !m_deleted.empty() || !m_dirtyRels.empty() || !m_dirtyProps.empty();
+}
+
+// ---- objects --------------------------------------------------------------
+
+ARpObject* ARpGateway::Lookup(const VoidID& id) const {
+  auto it = m_objects.find(id.Key());
+  return it == m_objects.end() ? nullptr : it->second;
+}
+
+RefARpObject ARpGateway::GetObject(const VoidID& id) { return RefARpObject(Lookup(id)); }
+
+void ARpGateway::GetObjects(const VoidIDVector& ids, RpObjectVector& objs) {
+  objs.clear();
+  objs.reserve(ids.size());
+  for (const VoidID& id : ids) objs.emplace_back(Lookup(id));
+}
+
+ARpObject* ARpGateway::Instantiate(TypeID type, const VoidID& id) {
+  const AMetaClass* mc = AMetaClass::FromTypeID(type);
+  if (!mc || !mc->IsInstantiable()) return nullptr;
+  ARpObject* obj = mc->NewObject();
+  obj->m_pRp = this;
+  obj->m_id = id;
+  return obj;
+}
+
+void ARpGateway::Adopt(ARpObject* obj) {
+  m_objects.emplace(obj->m_id.Key(), obj);
+  if (m_nameIndexValid) m_nameIndex.emplace(NameKey{obj->GetTypeID(), obj->m_name}, obj->m_id.Key());
+  if (m_childIndexValid && !obj->m_parent.IsNullID()) m_children[obj->m_parent.Key()].push_back(obj->m_id.Key());
+  if (m_uidIndexValid && !obj->m_uid.empty()) m_uidIndex.emplace(obj->m_uid, obj->m_id.Key());
+}
+
+uint32_t ARpGateway::NextUniqueNum() {
+  UniqueNum n;
+  n.FromByteVector(m_props[kRepPropNextUniqueNum]);
+  if (n.m_uniqueNum == UniqueNum::kUndefined || n.m_uniqueNum == 0) n = 1;
+  uint32_t v = n.m_uniqueNum;
+  m_props[kRepPropNextUniqueNum] = UniqueNum(v + 1).ToByteVector();
+  m_dirtyProps.insert(kRepPropNextUniqueNum);
+  return v;
+}
+
+void ARpGateway::BumpUniqueNum(uint32_t used) {
+  UniqueNum n;
+  n.FromByteVector(m_props[kRepPropNextUniqueNum]);
+  if (n.m_uniqueNum == UniqueNum::kUndefined || n.m_uniqueNum <= used) {
+    m_props[kRepPropNextUniqueNum] = UniqueNum(used + 1).ToByteVector();
+    m_dirtyProps.insert(kRepPropNextUniqueNum);
+  }
+}
+
+RefARpObject ARpGateway::CreateObject(const TypeID& type) {
+  VoidID id(type, UniqueNum(NextUniqueNum()));
+  return CreateObject(type, id);
+}
+
+RefARpObject ARpGateway::CreateObject(const TypeID& type, const VoidID& givenId) {
+  VoidID id = givenId;
+  if (id.IsNullID() || id.m_uniqueNum.m_uniqueNum == UniqueNum::kUndefined) id = VoidID(type, UniqueNum(NextUniqueNum()));
+  if (id.m_interfaceTypeID != type) throw ErrorMessage(99009, type, VXString("the id ") + id.ToString() + " belongs to another type");
+  if (m_objects.count(id.Key())) throw ErrorMessage(99010, id.ToString());
+  ARpObject* obj = Instantiate(type, id);
+  if (!obj) throw ErrorMessage(99009, type, VXString("no such object class"));
+  BumpUniqueNum(id.m_uniqueNum.m_uniqueNum);
+  m_deleted.erase(id.Key());
+  Adopt(obj);
+  MarkDirty(obj);
+  return RefARpObject(obj);
+}
+
+void ARpGateway::MarkDirty(ARpObject* obj) {
+  if (m_loading || obj->m_dirty) return;
+  obj->m_dirty = true;
+  m_dirty.push_back(obj->m_id.Key());
+}
+
+void ARpGateway::MarkRelDirty(uint64_t owner, RelID rel) {
+  if (!m_loading) m_dirtyRels.insert(RelKey{owner, rel});
+}
+
+// Dependants are the object's children, transitively, deepest last.
+void ARpGateway::CollectDescendants(const VoidID& id, VoidIDVector& out) {
+  EnsureChildIndex();
+  size_t start = out.size();
+  out.push_back(id);
+  for (size_t i = start; i < out.size(); ++i) {
+    auto it = m_children.find(out[i].Key());
+    if (it == m_children.end()) continue;
+    for (uint64_t c : it->second)
+      if (m_objects.count(c)) out.push_back(VoidID::FromKey(c));
+  }
+}
+
+void ARpGateway::DeleteObject(const VoidID& id, bool) {
+  if (!Lookup(id)) return;
+  VoidIDVector doomed;
+  CollectDescendants(id, doomed);
+  for (auto it = doomed.rbegin(); it != doomed.rend(); ++it) {
+    uint64_t k = it->Key();
+    auto oi = m_objects.find(k);
+    if (oi == m_objects.end()) continue;
+    ARpObject* obj = oi->second;
+    RemoveFromRelations(*it);
+    if (m_nameIndexValid) {
+      auto range = m_nameIndex.equal_range(NameKey{obj->GetTypeID(), obj->m_name});
+      for (auto n = range.first; n != range.second; ++n)
+        if (n->second == k) { m_nameIndex.erase(n); break; }
+    }
+    if (m_childIndexValid) {
+      m_children.erase(k);
+      if (!obj->m_parent.IsNullID()) {
+        auto ci = m_children.find(obj->m_parent.Key());
+        if (ci != m_children.end()) std::erase(ci->second, k);
+      }
+    }
+    if (m_uidIndexValid && !obj->m_uid.empty()) {
+      auto ui = m_uidIndex.find(obj->m_uid);
+      if (ui != m_uidIndex.end() && ui->second == k) m_uidIndex.erase(ui);
+    }
+    m_objects.erase(oi);
+    m_deleted.insert(k);
+    obj->m_dead = true;
+    if (obj->m_refs == 0) ReleaseObject(obj);
+  }
+}
+
+// Drops the relations the object owns and takes it out of every relation it is a member of.
+void ARpGateway::RemoveFromRelations(const VoidID& id) {
+  uint64_t k = id.Key();
+  for (const RelDesc& d : AllRelDescs()) {
+    auto it = m_relations.find(RelKey{k, d.id});
+    if (it == m_relations.end()) continue;
+    for (const VoidID& m : it->second) {
+      auto bi = m_relBack.find(m.Key());
+      if (bi == m_relBack.end()) continue;
+      std::erase_if(bi->second, [&](const BackRef& b) { return b.owner == k && b.rel == d.id; });
+      if (bi->second.empty()) m_relBack.erase(bi);
+    }
+    m_relations.erase(it);
+    MarkRelDirty(k, d.id);
+  }
+  auto bi = m_relBack.find(k);
+  if (bi == m_relBack.end()) return;
+  std::vector<BackRef> backs = std::move(bi->second);
+  m_relBack.erase(bi);
+  for (const BackRef& b : backs) {
+    auto it = m_relations.find(RelKey{b.owner, b.rel});
+    if (it == m_relations.end()) continue;
+    const RelDesc* d = FindRelDesc(b.rel);
+    size_t w = d ? d->arity - 1u : 1u;
+    std::vector<VoidID>& v = it->second;
+    // A tuple goes when any of its members goes.
+    std::vector<VoidID> kept;
+    kept.reserve(v.size());
+    for (size_t i = 0; i + w <= v.size(); i += w) {
+      bool hit = false;
+      for (size_t j = 0; j < w; ++j) hit = hit || v[i + j].Key() == k;
+      if (!hit) kept.insert(kept.end(), v.begin() + i, v.begin() + i + w);
+    }
+    v.swap(kept);
+    MarkRelDirty(b.owner, b.rel);
+  }
+}
+
+void ARpGateway::SetCustomizationHash(const VXString& hash) {
+  std::string s = hash.ToUTF8();
+  SetRepositoryProperty(kRepPropCustomizationHash, ByteVector(s.begin(), s.end()));
+}
+
+VXString ARpGateway::GetCustomizationHash() {
+  ByteVector b;
+  GetRepositoryProperty(kRepPropCustomizationHash, b);
+  return VXString(std::string_view(reinterpret_cast<const char*>(b.data()), b.size()));
+}
+
+void ARpGateway::FindObjectIDs(const ACondition& cond, VoidIDVector& ids) {
+  ids.clear();
+  cond.Find(*this, ids);
+}
+
+void ARpGateway::GetRepositoryProperty(int id, ByteVector& value) {
+  auto it = m_props.find(id);
+  if (it == m_props.end()) value.clear();
+  else value = it->second;
+}
+
+void ARpGateway::SetRepositoryProperty(int id, const ByteVector& value) {
+  m_props[id] = value;
+  m_dirtyProps.insert(id);
+}
+
+VXString ARpGateway::AESEncryptPassword(ARpGateway* rp, const ByteVector& clear) {
+  return crypto::EncryptToText(*rp->m_key, clear);
+}
+
+bool ARpGateway::DecryptWithRepositoryKey(const VXString& aes, ByteVector& clear) const {
+  return crypto::DecryptText(*m_key, aes, clear);
+}
+
+// ---- indexes --------------------------------------------------------------
+
+void ARpGateway::EnsureNameIndex() {
+  if (m_nameIndexValid) return;
+  m_nameIndex.reserve(m_objects.size());
+  for (const auto& [k, o] : m_objects) m_nameIndex.emplace(NameKey{o->GetTypeID(), o->m_name}, k);
+  m_nameIndexValid = true;
+}
+
+void ARpGateway::EnsureChildIndex() {
+  if (m_childIndexValid) return;
+  for (const auto& [k, o] : m_objects)
+    if (!o->m_parent.IsNullID()) m_children[o->m_parent.Key()].push_back(k);
+  m_childIndexValid = true;
+}
+
+void ARpGateway::OnRename(ARpObject* obj, const VXString& oldName) {
+  if (!m_nameIndexValid) return;
+  uint64_t k = obj->m_id.Key();
+  auto range = m_nameIndex.equal_range(NameKey{obj->GetTypeID(), oldName});
+  for (auto n = range.first; n != range.second; ++n)
+    if (n->second == k) { m_nameIndex.erase(n); break; }
+  m_nameIndex.emplace(NameKey{obj->GetTypeID(), obj->m_name}, k);
+}
+
+void ARpGateway::EnsureUIDIndex() {
+  if (m_uidIndexValid) return;
+  m_uidIndex.reserve(m_objects.size());
+  for (const auto& [k, o] : m_objects)
+    if (!o->m_uid.empty()) m_uidIndex.emplace(o->m_uid, k);
+  m_uidIndexValid = true;
+}
+
+void ARpGateway::OnNewUpgradeID(ARpObject* obj, const VXUpgradeID& oldUID) {
+  if (!m_uidIndexValid) return;
+  uint64_t k = obj->m_id.Key();
+  auto it = m_uidIndex.find(oldUID);
+  if (it != m_uidIndex.end() && it->second == k) m_uidIndex.erase(it);
+  if (!obj->m_uid.empty()) m_uidIndex[obj->m_uid] = k;
+}
+
+RefARpObject ARpGateway::FindByUpgradeID(const VXUpgradeID& uid) {
+  if (uid.empty()) return RefARpObject();
+  EnsureUIDIndex();
+  auto it = m_uidIndex.find(uid);
+  if (it == m_uidIndex.end()) return RefARpObject();
+  return RefARpObject(Lookup(VoidID::FromKey(it->second)));
+}
+
+void ARpGateway::FindByName(TypeID type, const VXString& name, VoidIDVector& out) {
+  EnsureNameIndex();
+  auto range = m_nameIndex.equal_range(NameKey{type, name});
+  for (auto n = range.first; n != range.second; ++n) out.push_back(VoidID::FromKey(n->second));
+  // Hash order is arbitrary; callers get a stable answer.
+  std::sort(out.begin(), out.end());
+}
+
+RefARpObject ARpGateway::FindByQualifiedName(TypeID type, const QualifiedName& qname) {
+  if (qname.empty()) return RefARpObject();
+  VoidIDVector candidates;
+  FindByName(type, qname.back(), candidates);
+  for (const VoidID& c : candidates) {
+    ARpObject* o = Lookup(c);
+    size_t i = qname.size() - 1;
+    bool ok = true;
+    while (ok && i > 0) {
+      o = o->m_parent.IsNullID() ? nullptr : Lookup(o->m_parent);
+      --i;
+      ok = o && o->m_name == qname[i];
+    }
+    if (ok && o && o->m_parent.IsNullID()) return RefARpObject(Lookup(c));
+  }
+  return RefARpObject();
+}
+
+void ARpGateway::GetChildren(const VoidID& parent, VoidIDVector& out) {
+  EnsureChildIndex();
+  auto it = m_children.find(parent.Key());
+  if (it == m_children.end()) return;
+  for (uint64_t c : it->second)
+    if (m_objects.count(c)) out.push_back(VoidID::FromKey(c));
+}
+
+void ARpGateway::SetParent(ARpObject* obj, const VoidID& parent) {
+  if (obj->m_parent == parent) return;
+  if (m_childIndexValid) {
+    if (!obj->m_parent.IsNullID()) {
+      auto ci = m_children.find(obj->m_parent.Key());
+      if (ci != m_children.end()) std::erase(ci->second, obj->m_id.Key());
+    }
+    if (!parent.IsNullID()) m_children[parent.Key()].push_back(obj->m_id.Key());
+  }
+  obj->m_parent = parent;
+  MarkDirty(obj);
+}
+
+// ---- relations ------------------------------------------------------------
+
+const std::vector<VoidID>* ARpGateway::RelTuples(const VoidID& owner, RelID rel) const {
+  auto it = m_relations.find(RelKey{owner.Key(), rel});
+  return it == m_relations.end() ? nullptr : &it->second;
+}
+
+size_t ARpGateway::RelFind(const VoidID& owner, RelID rel, const VoidID* tuple, size_t width) const {
+  const std::vector<VoidID>* v = RelTuples(owner, rel);
+  if (!v || width == 0) return static_cast<size_t>(-1);
+  for (size_t i = 0; i + width <= v->size(); i += width)
+    if (std::equal(tuple, tuple + width, v->begin() + i)) return i / width;
+  return static_cast<size_t>(-1);
+}
+
+bool ARpGateway::RelContains(const VoidID& owner, RelID rel, const VoidID& member) const {
+  auto bi = m_relBack.find(member.Key());
+  if (bi == m_relBack.end()) return false;
+  for (const BackRef& b : bi->second)
+    if (b.owner == owner.Key() && b.rel == rel) return true;
+  return false;
+}
+
+bool ARpGateway::RelInsert(const VoidID& owner, RelID rel, const VoidID* tuple, size_t width) {
+  if (!Lookup(owner)) return false;
+  for (size_t j = 0; j < width; ++j)
+    if (!Lookup(tuple[j])) return false;
+  // Only a tuple whose first member is already related can be a duplicate.
+  if (RelContains(owner, rel, tuple[0]) && RelFind(owner, rel, tuple, width) != static_cast<size_t>(-1)) return false;
+  std::vector<VoidID>& v = m_relations[RelKey{owner.Key(), rel}];
+  v.insert(v.end(), tuple, tuple + width);
+  for (size_t j = 0; j < width; ++j) {
+    auto& back = m_relBack[tuple[j].Key()];
+    bool have = false;
+    for (const BackRef& b : back) have = have || (b.owner == owner.Key() && b.rel == rel);
+    if (!have) back.push_back({owner.Key(), rel});
+  }
+  MarkRelDirty(owner.Key(), rel);
+  return true;
+}
+
+bool ARpGateway::RelErase(const VoidID& owner, RelID rel, const VoidID* tuple, size_t width) {
+  size_t idx = RelFind(owner, rel, tuple, width);
+  if (idx == static_cast<size_t>(-1)) return false;
+  std::vector<VoidID>& v = m_relations[RelKey{owner.Key(), rel}];
+  v.erase(v.begin() + idx * width, v.begin() + (idx + 1) * width);
+  for (size_t j = 0; j < width; ++j) {
+    // Keep the back reference while another tuple still holds the member.
+    bool still = std::find(v.begin(), v.end(), tuple[j]) != v.end();
+    if (still) continue;
+    auto bi = m_relBack.find(tuple[j].Key());
+    if (bi == m_relBack.end()) continue;
+    std::erase_if(bi->second, [&](const BackRef& b) { return b.owner == owner.Key() && b.rel == rel; });
+    if (bi->second.empty()) m_relBack.erase(bi);
+  }
+  MarkRelDirty(owner.Key(), rel);
+  return true;
+}
+
+bool ARpGateway::RelMove(const VoidID& owner, RelID rel, size_t index, int delta) {
+  auto it = m_relations.find(RelKey{owner.Key(), rel});
+  if (it == m_relations.end()) return false;
+  const RelDesc* d = FindRelDesc(rel);
+  size_t w = d ? d->arity - 1u : 1u;
+  size_t n = it->second.size() / w;
+  if (index >= n) return false;
+  if ((delta < 0 && index == 0) || (delta > 0 && index + 1 >= n)) return false;
+  size_t other = delta < 0 ? index - 1 : index + 1;
+  std::swap_ranges(it->second.begin() + index * w, it->second.begin() + (index + 1) * w, it->second.begin() + other * w);
+  MarkRelDirty(owner.Key(), rel);
+  return true;
+}
+
+void ARpGateway::RelClear(const VoidID& owner, RelID rel) {
+  auto it = m_relations.find(RelKey{owner.Key(), rel});
+  if (it == m_relations.end()) return;
+  for (const VoidID& m : it->second) {
+    auto bi = m_relBack.find(m.Key());
+    if (bi == m_relBack.end()) continue;
+    std::erase_if(bi->second, [&](const BackRef& b) { return b.owner == owner.Key() && b.rel == rel; });
+    if (bi->second.empty()) m_relBack.erase(bi);
+  }
+  m_relations.erase(it);
+  MarkRelDirty(owner.Key(), rel);
+}
+
+// ---- built-in security objects -----------------------------------------
+
+void ARpGateway::FixMandatorySecurityObjects(ARpGateway* rp) {
+  VXUpgradeID userUID, groupUID;
+  AAuthorizer::GetAdministratorUIDs(userUID, groupUID);
+  auto findByUID = [rp](TypeID type, const VXUpgradeID& uid) -> ARpObject* {
+    ARpObject* o = rp->FindByUpgradeID(uid).GetRawObjPtr();
+    return o && o->GetTypeID() == type ? o : nullptr;
+  };
+  auto ensure = [&](TypeID type, const VXUpgradeID& uid, const char* name) -> ARpObject* {
+    ARpObject* o = findByUID(type, uid);
+    if (!o) {
+      RefARpObject r = rp->CreateObject(type);
+      o = r.GetRawObjPtr();
+      o->SetUpgradeID(uid);
+      // A user object may already have taken the name: keep both, the built-in one renamed.
+      VXStringVector taken;
+      VoidIDVector same;
+      rp->FindByName(type, VXString(name), same);
+      for (const VoidID& s : same)
+        if (rp->Lookup(s) && rp->Lookup(s)->GetParentID().IsNullID()) taken.push_back(VXString(name));
+      o->SetName(taken.empty() ? VXString(name) : GenerateUniqueName(taken, VXString(name)));
+      o->SetDefaultPrivilege(kPrivAll);
+    }
+    return o;
+  };
+  ARpObject* user = ensure(kTIDAUser, userUID, "Administrator");
+  ARpObject* group = ensure(kTIDASecurityRole, groupUID, "Administrators");
+  BinaryRelIter<ASecurityRole> groups(rp, user->GetID(), kRelUserGroups);
+  if (!groups.Contains(group->GetID())) groups.Insert(group->GetID());
+  BinaryRelIter<ARpObject> members(rp, group->GetID(), kRelRoleMembers);
+  if (!members.Contains(user->GetID())) members.Insert(user->GetID());
+}
+
+}  // namespace qorl

@@ -1,0 +1,151 @@
+// The object store. A repository is one SQLite file; while it is open every
+// object lives in memory and the caller owns the transaction: Commit writes
+// all changes to the file in one SQLite transaction, Rollback discards them.
+#pragma once
+
+#include <memory>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "store/classes.h"
+
+namespace qorl {
+
+class ACondition;
+class Persistence;
+namespace crypto { struct AESKey; }
+
+// Repository property numbers.
+enum : int {
+  kRepPropWritable = 3,       // first byte 0: the repository must not be written
+  kRepPropNextUniqueNum = 16, // next free UniqueNum, four bytes
+  kRepPropCustomizationHash = 17,
+};
+
+class ARpGateway {
+ public:
+  ~ARpGateway();
+  ARpGateway(const ARpGateway&) = delete;
+  ARpGateway& operator=(const ARpGateway&) = delete;
+
+  // A new repository file (which must not exist) with the built-in security
+  // objects, committed. Throws ErrorMessage.
+  static std::unique_ptr<ARpGateway> Create(const VXString& path, const VXString& password);
+  // Opens an existing repository file. A wrong password, a foreign or damaged
+  // file, or one written by a newer qorl throws ErrorMessage.
+  static std::unique_ptr<ARpGateway> Open(const VXString& path, const VXString& password);
+  // A repository that lives in memory only; Commit keeps nothing.
+  static std::unique_ptr<ARpGateway> CreateInMemory(const VXString& password = VXString());
+
+  void Commit();
+  void Rollback();
+  bool HasUncommittedChanges() const;
+  const VXString& GetPath() const { return m_path; }
+
+  RefARpObject GetObject(const VoidID& id);
+  void GetObjects(const VoidIDVector& ids, RpObjectVector& objs);
+  RefARpObject CreateObject(const TypeID& type);
+  RefARpObject CreateObject(const TypeID& type, const VoidID& id);
+  void DeleteObject(const VoidID& id, bool bUnused = false);
+  void SetCustomizationHash(const VXString& hash);
+  VXString GetCustomizationHash();
+  void FindObjectIDs(const ACondition& cond, VoidIDVector& ids);
+  void GetRepositoryProperty(int id, ByteVector& value);
+  void SetRepositoryProperty(int id, const ByteVector& value);
+  static void FixMandatorySecurityObjects(ARpGateway* rp);
+  static VXString AESEncryptPassword(ARpGateway* rp, const ByteVector& clear);
+  bool DecryptWithRepositoryKey(const VXString& aes, ByteVector& clear) const;
+
+  // Fast paths for the layer's own indexes and walks.
+  ARpObject* Lookup(const VoidID& id) const;
+  size_t ObjectCount() const { return m_objects.size(); }
+  // Every live object, in no particular order.
+  template <class F>
+  void ForEachObject(F&& f) const {
+    for (const auto& [k, o] : m_objects) f(o);
+  }
+  // Objects of one type with one name (any parent).
+  void FindByName(TypeID type, const VXString& name, VoidIDVector& out);
+  // The object of a type whose path of names is `qname`, null if none.
+  RefARpObject FindByQualifiedName(TypeID type, const QualifiedName& qname);
+  // The object with this upgrade identifier, null if none.
+  RefARpObject FindByUpgradeID(const VXUpgradeID& uid);
+  void GetChildren(const VoidID& parent, VoidIDVector& out);
+  void SetParent(ARpObject* obj, const VoidID& parent);
+
+  // Relation storage, used by the relation iterators. A tuple is `width`
+  // consecutive ids (the members; the owner is the key).
+  const std::vector<VoidID>* RelTuples(const VoidID& owner, RelID rel) const;
+  size_t RelFind(const VoidID& owner, RelID rel, const VoidID* tuple, size_t width) const;
+  bool RelInsert(const VoidID& owner, RelID rel, const VoidID* tuple, size_t width);
+  bool RelErase(const VoidID& owner, RelID rel, const VoidID* tuple, size_t width);
+  bool RelMove(const VoidID& owner, RelID rel, size_t index, int delta);
+  void RelClear(const VoidID& owner, RelID rel);
+  bool RelContains(const VoidID& owner, RelID rel, const VoidID& member) const;
+
+ private:
+  friend class ARpObject;
+  friend class RefBase;
+  friend class Persistence;
+
+  ARpGateway();
+  ARpObject* Instantiate(TypeID type, const VoidID& id);
+  void Adopt(ARpObject* obj);  // enters a loaded or created object into the maps
+  void MarkDirty(ARpObject* obj);
+  void MarkRelDirty(uint64_t owner, RelID rel);
+  void OnRename(ARpObject* obj, const VXString& oldName);
+  void OnNewUpgradeID(ARpObject* obj, const VXUpgradeID& oldUID);
+  void EnsureUIDIndex();
+  void EnsureNameIndex();
+  void EnsureChildIndex();
+  void CollectDescendants(const VoidID& id, VoidIDVector& out);
+  void RemoveFromRelations(const VoidID& id);
+  void DropAll(bool bGatewayGone);
+  void LoadFromFile();
+  uint32_t NextUniqueNum();
+  void BumpUniqueNum(uint32_t used);
+
+  struct RelKey {
+    uint64_t owner;
+    RelID rel;
+    friend bool operator==(const RelKey& a, const RelKey& b) { return a.owner == b.owner && a.rel == b.rel; }
+  };
+  struct RelKeyHash {
+    size_t operator()(const RelKey& k) const { return std::hash<uint64_t>()(k.owner * 31 + k.rel); }
+  };
+  struct BackRef {
+    uint64_t owner;
+    RelID rel;
+  };
+  struct NameKey {
+    TypeID type;
+    VXString name;
+    friend bool operator==(const NameKey& a, const NameKey& b) { return a.type == b.type && a.name == b.name; }
+  };
+  struct NameKeyHash {
+    size_t operator()(const NameKey& k) const { return k.name.Hash() * 31 + static_cast<size_t>(k.type); }
+  };
+
+  VXString m_path;
+  std::unique_ptr<Persistence> m_store;  // null for an in-memory repository
+  std::unique_ptr<crypto::AESKey> m_key;
+  std::unordered_map<uint64_t, ARpObject*> m_objects;
+  std::unordered_map<RelKey, std::vector<VoidID>, RelKeyHash> m_relations;
+  std::unordered_map<uint64_t, std::vector<BackRef>> m_relBack;
+  std::unordered_map<int, ByteVector> m_props;
+  // Built on first use, then kept up to date.
+  bool m_nameIndexValid = false;
+  std::unordered_multimap<NameKey, uint64_t, NameKeyHash> m_nameIndex;
+  bool m_uidIndexValid = false;
+  std::unordered_map<VXUpgradeID, uint64_t> m_uidIndex;
+  bool m_childIndexValid = false;
+  std::unordered_map<uint64_t, std::vector<uint64_t>> m_children;
+  // What Commit has to write.
+  std::vector<uint64_t> m_dirty;
+  std::unordered_set<uint64_t> m_deleted;
+  std::unordered_set<RelKey, RelKeyHash> m_dirtyRels;
+  std::unordered_set<int> m_dirtyProps;
+  bool m_loading = false;
+};
+
+}  // namespace qorl

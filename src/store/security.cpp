@@ -1,0 +1,17 @@
+#include "platform/guid.h"
+#include "store/classes.h"
+
+namespace qorl {
+
+// Fixed so that every repository's built-in accounts match across documents.
+void AAuthorizer::GetAdministratorUIDs(VXUpgradeID& user, VXUpgradeID& group) {
+  TKSGUIDGenerator::VXStringToGUIDByteVector(user, "5f0d2a31-7c44-4b8e-9a61-0c3e8d2b7a01");
+  TKSGUIDGenerator::VXStringToGUIDByteVector(group, "5f0d2a31-7c44-4b8e-9a61-0c3e8d2b7a02");
+}
+
+void AAuthorizer::GetMandatorySecurityObjectsUIDs(VXUpgradeID& internalAccount) {
+  VXUpgradeID group;
+  GetAdministratorUIDs(internalAccount, group);
+}
+
+}  // namespace qorl
