@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "store/ids.h"
+#include "store/object.h"
 
 namespace qorl {
 
@@ -74,6 +75,10 @@ class Expr : public AExpr {
   // Reads one encoded expression from [p, end) and advances p past it. On
   // failure returns false and leaves both p and *this untouched.
   bool Decode(const uint8_t*& p, const uint8_t* end);
+
+  // The objects the expression mentions that the store can reach, in order
+  // of mention; with bUnique each once. Defined with the store glue.
+  void GetObjectsInExpr(ARpGateway* rp, RpObjectVector& out, bool bUnique) const;
 
  private:
   std::vector<ExprToken> m_tokens;

@@ -4,6 +4,7 @@
 #include <unordered_set>
 
 #include "platform/crypto.h"
+#include "store/expr.h"
 
 namespace qorl {
 
@@ -38,19 +39,7 @@ void MetadataUtil::GenerateQualifiedName(const RefARpObject& obj, QualifiedName&
   std::reverse(out.begin(), out.end());
 }
 
-VXString MetadataUtil::ToQualifiedName(const QualifiedName& qname) {
-  VXString s;
-  for (size_t i = 0; i < qname.size(); ++i) {
-    if (i) s.push_back(U'.');
-    s.push_back(U'"');
-    for (char32_t c : qname[i]) {
-      if (c == U'"') s.push_back(U'"');
-      s.push_back(c);
-    }
-    s.push_back(U'"');
-  }
-  return s;
-}
+VXString MetadataUtil::ToQualifiedName(const QualifiedName& qname) { return QualifiedNameToText(qname); }
 
 void MetadataUtil::ParseQualifiedNameString(const VXString& text, QualifiedName& out, char sep, bool bStripQuotes) {
   out.clear();
@@ -131,6 +120,8 @@ bool MetadataUtil::CanHaveParent(TypeID type) {
 void FindParentTypeIDs(const TypeIDVector& types, TypeIDVector& parentTypes) {
   for (TypeID t : types) MetadataUtil::GetParentTypes(t, parentTypes);
 }
+
+void MetadataUtil::FindVariables(const VXString& text, std::vector<VariableToken>& out) { qorl::FindVariables(text, out); }
 
 bool MetadataUtil::DecryptAESPassword(ARpGateway* rp, const VXString& aes, ByteVector& clear) {
   return rp && rp->DecryptWithRepositoryKey(aes, clear);

@@ -6,6 +6,8 @@
 
 namespace qorl {
 
+struct VariableToken;
+
 class MetadataUtil {
  public:
   static VXString GenerateQualifiedName(const RefARpObject& obj);
@@ -24,6 +26,9 @@ class MetadataUtil {
   static void GetAllocatedChildrenNames(ARpGateway* rp, TypeID type, const RefARpObject& parent, VXStringVector& names);
   static void GetParentTypes(TypeID type, TypeIDVector& out);
   static bool CanHaveParent(TypeID type);
+
+  // Variable tokens of a text: VALUEOF(name), VALUEOF("name"), VALUEOF(QUALIFIER.name).
+  static void FindVariables(const VXString& text, std::vector<VariableToken>& out);
 
   static bool DecryptAESPassword(ARpGateway* rp, const VXString& aes, ByteVector& clear);
   static bool DecryptAESPassword(const VXString& password, const VXString& aes, ByteVector& clear);

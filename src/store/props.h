@@ -15,6 +15,7 @@
 #include <string>
 #include <type_traits>
 
+#include "store/expr.h"
 #include "store/object.h"
 
 namespace qorl {
@@ -118,6 +119,20 @@ template <> struct PropCodec<VXUpgradeID> {
   static void Load(BlobReader& r, VXUpgradeID& v) {
     v.clear();
     if (r.GetByte()) { uint8_t b[16]; if (r.GetRaw(b, 16)) v.assign(b, 16); }
+  }
+};
+template <> struct PropCodec<Expr> {
+  static constexpr PropKind kind = PropKind::Expr;
+  static void Save(BlobWriter& w, const Expr& v) {
+    ByteVector b;
+    v.Encode(b);
+    w.PutBytes(b.data(), b.size());
+  }
+  static void Load(BlobReader& r, Expr& v) {
+    uint64_t n = r.GetVarint();
+    const uint8_t* p = r.Skip(n);
+    v.Clear();
+    if (p && !v.Decode(p, p + n)) r.Fail();
   }
 };
 template <class E>
