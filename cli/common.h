@@ -1,0 +1,36 @@
+// Shared pieces of the qorl subcommands: global options, logging set-up,
+// opening repositories and reporting errors the same way everywhere.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "store/gateway.h"
+
+namespace CLI { class App; }
+
+namespace qorl::cli {
+
+struct GlobalOptions {
+  bool verbose = false;
+  bool quiet = false;
+  std::string logFile;
+  std::optional<std::string> password;
+  int exitCode = 0;
+};
+
+enum ExitCode { kExitOK = 0, kExitFailure = 1, kExitUsage = 2 };
+
+// Runs a subcommand body: installs the log sink the options ask for, turns an
+// ErrorMessage (or any exception) into text on stderr and a failing exit code.
+int RunCommand(const GlobalOptions& g, const std::function<int()>& body);
+// The repository password from the options or the environment; throws 99011 if none.
+VXString RepositoryPassword(const GlobalOptions& g);
+std::unique_ptr<ARpGateway> OpenRepository(const GlobalOptions& g, const std::string& path);
+
+void RegisterInit(CLI::App& app, GlobalOptions& g);
+void RegisterInfo(CLI::App& app, GlobalOptions& g);
+
+}  // namespace qorl::cli

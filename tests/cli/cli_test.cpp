@@ -1,0 +1,69 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+struct Result {
+  int code;
+  std::string out;
+};
+
+// Runs the qorl command with stderr folded into the output.
+Result RunQorl(const std::string& args, const std::string& env = "") {
+  std::string cmd = env + " '" QORL_CLI_PATH "' " + args + " 2>&1";
+  Result r{0, ""};
+  FILE* p = popen(cmd.c_str(), "r");
+  std::array<char, 4096> buf;
+  size_t n;
+  while ((n = fread(buf.data(), 1, buf.size(), p)) > 0) r.out.append(buf.data(), n);
+  int status = pclose(p);
+  r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return r;
+}
+
+class Cli : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    dir = std::filesystem::temp_directory_path() / ("qorl_cli_" + std::to_string(::getpid()));
+    std::filesystem::remove_all(dir);
+    std::filesystem::create_directories(dir);
+    repo = (dir / "r.db").string();
+  }
+  void TearDown() override { std::filesystem::remove_all(dir); }
+  std::filesystem::path dir;
+  std::string repo;
+};
+
+TEST_F(Cli, InitThenInfoShowsTheBuiltInSecurityObjects) {
+  Result init = RunQorl("init '" + repo + "'", "QORL_REPOSITORY_PASSWORD=pw");
+  ASSERT_EQ(init.code, 0) << init.out;
+  Result info = RunQorl("info '" + repo + "' --repository-password pw");
+  EXPECT_EQ(info.code, 0) << info.out;
+  EXPECT_NE(info.out.find("User \"Administrator\""), std::string::npos) << info.out;
+  EXPECT_NE(info.out.find("Group \"Administrators\""), std::string::npos) << info.out;
+  Result json = RunQorl("info --json '" + repo + "'", "QORL_REPOSITORY_PASSWORD=pw");
+  EXPECT_NE(json.out.find("\"byElement\": {\"User\": 1, \"Group\": 1}"), std::string::npos) << json.out;
+}
+
+TEST_F(Cli, FailuresExitNonZeroWithTheReasonOnStderr) {
+  Result noPassword = RunQorl("init '" + repo + "'", "env -u QORL_REPOSITORY_PASSWORD");
+  EXPECT_NE(noPassword.code, 0);
+  EXPECT_NE(noPassword.out.find("QORL_REPOSITORY_PASSWORD"), std::string::npos) << noPassword.out;
+  EXPECT_FALSE(std::filesystem::exists(repo));
+
+  ASSERT_EQ(RunQorl("init '" + repo + "' --repository-password right").code, 0);
+  Result again = RunQorl("init '" + repo + "' --repository-password right");
+  EXPECT_NE(again.code, 0);
+  Result wrong = RunQorl("info '" + repo + "' --repository-password wrong");
+  EXPECT_NE(wrong.code, 0);
+  EXPECT_NE(wrong.out.find("password"), std::string::npos) << wrong.out;
+  EXPECT_NE(RunQorl("no-such-command").code, 0);
+  EXPECT_EQ(RunQorl("--version").out.rfind("qorl ", 0), 0u);
+  EXPECT_EQ(RunQorl("info --help").code, 0);
+}
+
+}  // namespace
