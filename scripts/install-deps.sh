@@ -6,4 +6,4 @@ apt-get update
 apt-get install -y --no-install-recommends \
   g++ cmake ninja-build make pkg-config \
   libxerces-c-dev libsqlite3-dev libssl-dev libcli11-dev \
-  libgtest-dev googletest libxml2-utils
+  libgtest-dev googletest libxml2-utils sqlite3
