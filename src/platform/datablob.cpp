@@ -3,14 +3,12 @@
 namespace qorl {
 namespace DataBlobUtil {
 
-namespace {
-int HexValue(char32_t c) {
+int HexDigitValue(char32_t c) {
   if (c >= U'0' && c <= U'9') return static_cast<int>(c - U'0');
   if (c >= U'a' && c <= U'f') return static_cast<int>(c - U'a' + 10);
   if (c >= U'A' && c <= U'F') return static_cast<int>(c - U'A' + 10);
   return -1;
 }
-}  // namespace
 
 VXString ByteVectorToHexVXString(const ByteVector& bytes) {
   static constexpr char32_t kHex[] = U"0123456789ABCDEF";
@@ -28,8 +26,8 @@ bool HexVXStringToByteVector(const VXString& hex, ByteVector& bytes) {
   bytes.reserve(hex.size() / 2);
   const size_t pairs = hex.size() / 2;
   for (size_t i = 0; i < pairs; ++i) {
-    int hi = HexValue(hex[2 * i]);
-    int lo = HexValue(hex[2 * i + 1]);
+    int hi = HexDigitValue(hex[2 * i]);
+    int lo = HexDigitValue(hex[2 * i + 1]);
     if (hi < 0 || lo < 0) return false;
     bytes.push_back(static_cast<uint8_t>((hi << 4) | lo));
   }

@@ -6,6 +6,9 @@
 namespace qorl {
 namespace DataBlobUtil {
 
+// 0 to 15 for a hexadecimal digit of either case, -1 otherwise.
+int HexDigitValue(char32_t c);
+
 // Upper-case hex, two characters per byte.
 VXString ByteVectorToHexVXString(const ByteVector& bytes);
 // Either case. Odd length or a non-hex character gives false; the bytes

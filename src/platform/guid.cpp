@@ -1,5 +1,7 @@
 #include "platform/guid.h"
 
+#include "platform/datablob.h"
+
 #include <openssl/rand.h>
 
 #include <random>
@@ -14,13 +16,6 @@ namespace {
 constexpr size_t kGUIDTextLength = 36;
 
 inline bool IsHyphenPosition(size_t i) { return i == 8 || i == 13 || i == 18 || i == 23; }
-
-int HexValue(char32_t c) {
-  if (c >= U'0' && c <= U'9') return static_cast<int>(c - U'0');
-  if (c >= U'a' && c <= U'f') return static_cast<int>(c - U'a' + 10);
-  if (c >= U'A' && c <= U'F') return static_cast<int>(c - U'A' + 10);
-  return -1;
-}
 
 }  // namespace
 
@@ -50,8 +45,8 @@ bool VXStringToGUIDByteVector(VXUpgradeID& id, const VXString& text) {
       ++i;
       continue;
     }
-    int hi = HexValue(s[i]);
-    int lo = HexValue(s[i + 1]);
+    int hi = DataBlobUtil::HexDigitValue(s[i]);
+    int lo = DataBlobUtil::HexDigitValue(s[i + 1]);
     if (hi < 0 || lo < 0) return false;
     bytes[b++] = static_cast<uint8_t>((hi << 4) | lo);
     i += 2;

@@ -39,14 +39,20 @@ void ARpGateway::DropAll(bool bGatewayGone) {
   m_props.clear();
 }
 
+// A new, writable repository holding the built-in security objects; with a
+// path it is a file, committed at once.
+static std::unique_ptr<ARpGateway> NewRepository(std::unique_ptr<ARpGateway> rp) {
+  rp->SetRepositoryProperty(kRepPropWritable, ByteVector{1});
+  rp->SetRepositoryProperty(kRepPropNextUniqueNum, UniqueNum(1).ToByteVector());
+  ARpGateway::FixMandatorySecurityObjects(rp.get());
+  rp->Commit();
+  return rp;
+}
+
 std::unique_ptr<ARpGateway> ARpGateway::CreateInMemory(const VXString& password) {
   std::unique_ptr<ARpGateway> rp(new ARpGateway());
   rp->m_key = std::make_unique<crypto::AESKey>(crypto::NewKey(password));
-  rp->m_props[kRepPropWritable] = ByteVector{1};
-  rp->m_props[kRepPropNextUniqueNum] = UniqueNum(1).ToByteVector();
-  FixMandatorySecurityObjects(rp.get());
-  rp->Commit();
-  return rp;
+  return NewRepository(std::move(rp));
 }
 
 std::unique_ptr<ARpGateway> ARpGateway::Create(const VXString& path, const VXString& password) {
@@ -54,12 +60,7 @@ std::unique_ptr<ARpGateway> ARpGateway::Create(const VXString& path, const VXStr
   rp->m_path = path;
   rp->m_key = std::make_unique<crypto::AESKey>(crypto::NewKey(password));
   rp->m_store = Persistence::CreateFile(path, crypto::MakeKeyCheck(*rp->m_key));
-  rp->m_props[kRepPropWritable] = ByteVector{1};
-  rp->m_props[kRepPropNextUniqueNum] = UniqueNum(1).ToByteVector();
-  rp->m_dirtyProps = {kRepPropWritable, kRepPropNextUniqueNum};
-  FixMandatorySecurityObjects(rp.get());
-  rp->Commit();
-  return rp;
+  return NewRepository(std::move(rp));
 }
 
 std::unique_ptr<ARpGateway> ARpGateway::Open(const VXString& path, const VXString& password) {

@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "platform/datablob.h"
+
 namespace qorl {
 
 const VoidID VoidID::NullID{};
@@ -24,13 +26,6 @@ VXString VoidID::ToString() const {
   return VXString(buf);
 }
 
-static int HexValue(char32_t c) {
-  if (c >= '0' && c <= '9') return static_cast<int>(c - '0');
-  if (c >= 'a' && c <= 'f') return static_cast<int>(c - 'a' + 10);
-  if (c >= 'A' && c <= 'F') return static_cast<int>(c - 'A' + 10);
-  return -1;
-}
-
 bool VoidID::StringToVoidID(const VXString& s, VoidID& out) {
   size_t colon = s.find(U':');
   if (colon == VXString::npos || colon < 4 || colon > 10 || s.size() != colon + 9) return false;
@@ -45,7 +40,7 @@ bool VoidID::StringToVoidID(const VXString& s, VoidID& out) {
   }
   uint32_t n = 0;
   for (size_t k = colon + 1; k < s.size(); ++k) {
-    int h = HexValue(s[k]);
+    int h = DataBlobUtil::HexDigitValue(s[k]);
     if (h < 0) return false;
     n = (n << 4) | static_cast<uint32_t>(h);
   }
