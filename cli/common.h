@@ -32,5 +32,6 @@ std::unique_ptr<ARpGateway> OpenRepository(const GlobalOptions& g, const std::st
 
 void RegisterInit(CLI::App& app, GlobalOptions& g);
 void RegisterInfo(CLI::App& app, GlobalOptions& g);
+void RegisterGen(CLI::App& app, GlobalOptions& g);
 
 }  // namespace qorl::cli

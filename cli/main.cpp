@@ -24,6 +24,7 @@ int main(int argc, char** argv) {
 
   RegisterInit(app, global);
   RegisterInfo(app, global);
+  RegisterGen(app, global);
 
   try {
     app.parse(argc, argv);

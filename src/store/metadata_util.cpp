@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <unordered_set>
 
+#include "model/registry.h"
 #include "platform/crypto.h"
 #include "store/expr.h"
 
@@ -116,6 +117,8 @@ bool MetadataUtil::CanHaveParent(TypeID type) {
     if (r.child == type) return true;
   return false;
 }
+
+bool MetadataUtil::IsCompareableType(TypeID type) { return !QORLUtil::GetTagName(type).empty(); }
 
 void FindParentTypeIDs(const TypeIDVector& types, TypeIDVector& parentTypes) {
   for (TypeID t : types) MetadataUtil::GetParentTypes(t, parentTypes);

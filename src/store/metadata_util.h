@@ -26,6 +26,10 @@ class MetadataUtil {
   static void GetAllocatedChildrenNames(ARpGateway* rp, TypeID type, const RefARpObject& parent, VXStringVector& names);
   static void GetParentTypes(TypeID type, TypeIDVector& out);
   static bool CanHaveParent(TypeID type);
+  // Types whose objects are matched across stores by upgrade identifier. We
+  // make it every type that has an element of its own: those are the objects
+  // a document carries between repositories.
+  static bool IsCompareableType(TypeID type);
 
   // Variable tokens of a text: VALUEOF(name), VALUEOF("name"), VALUEOF(QUALIFIER.name).
   static void FindVariables(const VXString& text, std::vector<VariableToken>& out);

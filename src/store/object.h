@@ -192,7 +192,7 @@ class ARpObject {
   VXString m_description;
   VXUpgradeID m_uid;
   uint16 m_icon = 0;
-  uint16 m_privilege = 0;
+  uint16 m_privilege = kPrivRead;  // readable unless said otherwise, as documents assume
   uint32_t m_refs = 0;
   bool m_biExtender = false;
   bool m_dead = false;

@@ -3,6 +3,8 @@
 #include <array>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 namespace {
@@ -64,6 +66,33 @@ TEST_F(Cli, FailuresExitNonZeroWithTheReasonOnStderr) {
   EXPECT_NE(RunQorl("no-such-command").code, 0);
   EXPECT_EQ(RunQorl("--version").out.rfind("qorl ", 0), 0u);
   EXPECT_EQ(RunQorl("info --help").code, 0);
+}
+
+TEST_F(Cli, GenWritesTheRepositoryOrChosenObjects) {
+  ASSERT_EQ(RunQorl("init '" + repo + "' --repository-password pw").code, 0);
+  std::string doc = (dir / "out" / "r.xml").string();
+  Result gen = RunQorl("gen '" + repo + "' -o '" + doc + "' --repository-password pw");
+  ASSERT_EQ(gen.code, 0) << gen.out;
+  std::ifstream in(doc);
+  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_EQ(text.rfind("<?xml version='1.0' encoding='UTF-8'?>\n<Repository", 0), 0u) << text;
+  EXPECT_NE(text.find("<User name=\"Administrator\""), std::string::npos) << text;
+  EXPECT_EQ(text.find("Administrators\""), std::string::npos) << text;  // the internal account's name is encrypted
+
+  Result noUid = RunQorl("gen '" + repo + "' --no-uid --type security-only --repository-password pw");
+  EXPECT_EQ(noUid.code, 0);
+  EXPECT_EQ(noUid.out.find(" uid="), std::string::npos) << noUid.out;
+  EXPECT_NE(noUid.out.find("name=\"Administrators\""), std::string::npos) << noUid.out;
+
+  Result one = RunQorl("gen '" + repo + "' --object 'User:\"Administrator\"' --repository-password pw");
+  EXPECT_EQ(one.code, 0) << one.out;
+  EXPECT_EQ(one.out.find("<Group"), std::string::npos) << one.out;
+  EXPECT_NE(one.out.find("<User"), std::string::npos) << one.out;
+
+  Result missing = RunQorl("gen '" + repo + "' --object 'User:\"Nobody\"' --repository-password pw");
+  EXPECT_NE(missing.code, 0);
+  EXPECT_NE(missing.out.find("Nobody"), std::string::npos) << missing.out;
+  EXPECT_NE(RunQorl("gen '" + repo + "' --type nonsense --repository-password pw").code, 0);
 }
 
 }  // namespace

@@ -1,0 +1,43 @@
+#include "gen/elements.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+#include "gen/generator.h"
+
+namespace qorl {
+
+namespace {
+
+// Each element family adds its table here.
+std::span<const ElementWriter> AllFamilies(size_t i) {
+  switch (i) {
+    default: return {};
+  }
+}
+constexpr size_t kFamilyCount = 0;
+
+constexpr TypeID kEmptyVisitTypes[] = {kTIDARole,   kTIDALevelToLevel, kTIDAEntity,       kTIDAAttributeDefn,    kTIDAFolder,
+                                       kTIDASchemaFolder, kTIDAEntityAttr, kTIDAMktg_SamplingLevel, kTIDATypePrivilege};
+
+}  // namespace
+
+const ElementWriter* FindElementWriter(TypeID type) {
+  static const std::unordered_map<TypeID, const ElementWriter*> byType = [] {
+    std::unordered_map<TypeID, const ElementWriter*> m;
+    for (size_t i = 0; i < kFamilyCount; ++i)
+      for (const ElementWriter& w : AllFamilies(i)) m.emplace(w.type, &w);
+    return m;
+  }();
+  auto it = byType.find(type);
+  return it == byType.end() ? nullptr : it->second;
+}
+
+bool HasEmptyVisit(TypeID type) {
+  return std::find(std::begin(kEmptyVisitTypes), std::end(kEmptyVisitTypes), type) != std::end(kEmptyVisitTypes);
+}
+
+// The pool's texts that may name variables arrive with the pool element.
+void PoolVariableTexts(const RefARpObject&, VXStringVector&) {}
+
+}  // namespace qorl

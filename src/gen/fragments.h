@@ -1,0 +1,46 @@
+// Fragment functions: each returns a piece of element text for its caller to
+// print, and knows nothing of the output. Both document forms use them.
+#pragma once
+
+#include "store/expr.h"
+#include "store/gateway.h"
+
+namespace qorl {
+
+class ErrorMessage;
+
+namespace QORLUtil {
+
+// Attributes 1 to 8 of every object element: name, iconIndex, the five
+// privilege flags, isBIExtenderObject.
+VXString GetBaseRpObjectXMLAttributes(const RefARpObject& object, bool bGenerateUpGradeID);
+// parentId, parentUid, id, uid.
+VXString GenerateObjectAndParentIDs(const RefARpObject& object, bool bParent, bool bGenerateUpGradeID);
+VXString GetCDATA(const VXString& text, std::u32string_view tag, bool bOptional, bool bSetDummyID, int genOptions);
+VXString GetDescriptionXMLElement(const RefARpObject& object, int genOptions);
+VXString GetAliases(const VXStringVector& aliases, bool bIsTDFQORL, int genOptions);
+bool IsEmptyElementFragmentNotGenerated(bool origCondition, bool tdfCheckCondition, VXString& xmlFragment,
+                                        int genOptions, std::u32string_view tag);
+// A reference element: <RefTag id=.. uid=.. qualifiedName=../>; nothing for an unreachable object.
+VXString GetRefObject(const RefARpObject& object, std::u32string_view tag, bool bGenerateUpGradeID);
+VXString GenerateObjectList(ARpGateway* pRp, std::u32string_view tag, const VoidIDVector& visitedIDs,
+                            bool bGenerateUpGradeID, int genOptions);
+VXString GenerateExpressionText(ARpGateway* pRp, const Expr& expr, VoidIDVector& visitedIDs);
+VXString GenerateExpressionTextAndObjectList(ARpGateway* pRp, const Expr& expr, bool bGenerateUpGradeID, int genOptions);
+VXString GetExpression(ARpGateway* pRp, const Expr& expr, const VXString& exprStr, bool bGenerateUpGradeID, int genOptions);
+VXString GetTaggedExpression(ARpGateway* pRp, const Expr& expr, const VXString& exprStr, std::u32string_view sTagName,
+                             bool bGenerateUpGradeID, int genOptions);
+// Appends each message of `error` to errorMsgString, one per line.
+void HandleErrorMessage(ErrorMessage& error, VXString& errorMsgString);
+// The generation types' object choice.
+void LoadObjectsForGeneration(ARpGateway* pRp, RpObjectVector& loadedObjects, int genType,
+                              const RpObjectVector& variablesForCoonPoolAndVarGenerationOption);
+
+}  // namespace QORLUtil
+
+namespace SUStrUtil {
+// The XML declaration line: encoding 2 is UTF-8.
+VXString GetXMLHeader(int encoding);
+}  // namespace SUStrUtil
+
+}  // namespace qorl

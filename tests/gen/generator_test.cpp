@@ -1,0 +1,242 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "gen/fragments.h"
+#include "gen/generator.h"
+#include "platform/error.h"
+#include "platform/guid.h"
+#include "platform/serverlog.h"
+#include "store/expr_store.h"
+#include "store/metadata_util.h"
+
+namespace qorl {
+namespace {
+
+const char* kHead =
+    "<?xml version='1.0' encoding='UTF-8'?>\n"
+    "<Repository xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\">\n";
+
+VXUpgradeID Uid(const char* text) {
+  VXUpgradeID u;
+  TKSGUIDGenerator::VXStringToGUIDByteVector(u, text);
+  return u;
+}
+
+// A store with nothing in it but what a test makes, with fixed ids and uids.
+struct Fixture {
+  Fixture() : rp(ARpGateway::CreateInMemory()) {
+    RpObjectVector builtIn;
+    rp->ForEachObject([&](ARpObject* o) { builtIn.emplace_back(o); });
+    for (const auto& o : builtIn) rp->DeleteObject(o.GetID());
+  }
+  RefARpObject Make(TypeID type, uint32_t num, const char* name, const RefARpObject& parent = RefARpObject(),
+                    const char* uid = nullptr) {
+    RefARpObject o = rp->CreateObject(type, VoidID(type, UniqueNum(num)));
+    o->SetName(name);
+    if (!parent.IsNullRef()) MetadataUtil::SetParent(o, parent);
+    if (uid) o->SetUpgradeID(Uid(uid));
+    return o;
+  }
+  std::string Text(const RpObjectVector& decl, const RpObjectVector& del = {}, int options = kGenFooter) {
+    VXString out, err;
+    EXPECT_TRUE(QORLGenerator::GenerateQORLTextForObjectVector(rp.get(), decl, del, err, out, options)) << err.ToUTF8();
+    return out.ToUTF8();
+  }
+  std::unique_ptr<ARpGateway> rp;
+};
+
+TEST(Generator, AnEmptyStoreIsTheFrameAlone) {
+  Fixture f;
+  EXPECT_EQ(f.Text({}), std::string(kHead) + "</Repository>\n");
+  VXString doc, err;
+  ASSERT_TRUE(QORLGenerator::GenerateQORL(f.rp.get(), err, doc, {}, false, false, true, true,
+                                          QORLScriptGenerateEverything, false, false));
+  EXPECT_EQ(doc.ToUTF8(), std::string(kHead) + "</Repository>\n");
+  // Without the footer option the caller goes on appending.
+  EXPECT_EQ(f.Text({}, {}, 0), std::string(kHead));
+}
+
+TEST(Generator, CatalogUnderDatabaseWithDescription) {
+  Fixture f;
+  RefARpObject d1 = f.Make(kTIDADatabase, 100, "d1", {}, "00000000-0000-4000-8000-000000000001");
+  RefARpObject c1 = f.Make(kTIDACatalog, 101, "c1", d1, "00000000-0000-4000-8000-000000000002");
+  c1->SetDescription("text");
+  EXPECT_EQ(f.Text({c1}),
+            std::string(kHead) +
+                "<DECLARE>\n"
+                "<PhysicalCatalog name=\"c1\" parentName=\"&quot;d1&quot;\" parentId=\"3023:00000064\" "
+                "parentUid=\"00000000-0000-4000-8000-000000000001\" id=\"3025:00000065\" "
+                "uid=\"00000000-0000-4000-8000-000000000002\">\n"
+                "<Description><![CDATA[text]]></Description>\n"
+                "</PhysicalCatalog>\n"
+                "</DECLARE>\n"
+                "</Repository>\n");
+}
+
+TEST(Generator, CommonAttributesSectionsAndOrder) {
+  Fixture f;
+  RefARpObject db = f.Make(kTIDADatabase, 1, "");  // no name: no attribute
+  db->SetIconIndex(3);
+  db->SetDefaultPrivilege(0);  // not readable: the one flag written as false
+  db->SetBIExtenderObject(true);
+  RefARpObject t = f.Make(kTIDATable, 2, "a<b", db);
+  t->SetDefaultPrivilege(kPrivAll);
+  // Declared out of order: the generation sequence puts the database first.
+  EXPECT_EQ(f.Text({t, db}, {t}),
+            std::string(kHead) +
+                "<DECLARE>\n"
+                "<Database iconIndex=\"3\" isDefaultReadable=\"false\" isBIExtenderObject=\"true\" id=\"3023:00000001\">\n"
+                "</Database>\n"
+                "<PhysicalTable name=\"a&lt;b\" isDefaultReadWriteable=\"true\" isDefaultGrantable=\"true\" "
+                "isDefaultAll=\"true\" isDefaultDeleteable=\"true\" parentName=\"&quot;&quot;\" parentId=\"3023:00000001\" "
+                "id=\"3001:00000002\">\n"
+                "</PhysicalTable>\n"
+                "</DECLARE>\n"
+                "<DELETE>\n<DeleteObjects>\n"
+                "<RefPhysicalTable id=\"3001:00000002\" qualifiedName=\"&quot;&quot;.&quot;a&lt;b&quot;\"/>\n"
+                "</DeleteObjects>\n</DELETE>\n"
+                "</Repository>\n");
+}
+
+TEST(Generator, TextElementsSplitCDataAndFollowTheEmptyRule) {
+  EXPECT_EQ(QORLUtil::GetCDATA("a]]>b", U"Description", false, false, 0).ToUTF8(),
+            "<Description><![CDATA[a]]]]><![CDATA[>b]]></Description>\n");
+  EXPECT_EQ(QORLUtil::GetCDATA("", U"T", true, false, 0).ToUTF8(), "");
+  EXPECT_EQ(QORLUtil::GetCDATA("", U"T", false, false, 0).ToUTF8(), "<T></T>\n");
+  EXPECT_EQ(QORLUtil::GetCDATA("x\"y", U"T", false, true, kGenDummyUID).ToUTF8(),
+            "<T dummyuid=\"x&quot;y\"><![CDATA[x\"y]]></T>\n");
+
+  Fixture f;
+  RefARpObject db = f.Make(kTIDADatabase, 1, "d");
+  EXPECT_EQ(QORLUtil::GetDescriptionXMLElement(db, 0).ToUTF8(), "");
+  EXPECT_EQ(QORLUtil::GetDescriptionXMLElement(db, kGenEmptyElements).ToUTF8(), "<Description></Description>\n");
+  EXPECT_EQ(f.Text({db}, {}, kGenFooter | kGenDummyUID),
+            std::string(kHead) +
+                "<DECLARE>\n<Database name=\"d\" fullyQualifiedName=\"&quot;d&quot;\" id=\"3023:00000001\">\n"
+                "</Database>\n</DECLARE>\n</Repository>\n");
+  EXPECT_EQ(QORLUtil::GetAliases({"x", "y"}, false, 0).ToUTF8(),
+            "<Aliases>\n<Alias name=\"x\"/>\n<Alias name=\"y\"/>\n</Aliases>\n");
+  EXPECT_EQ(QORLUtil::GetAliases({}, false, kGenEmptyElements).ToUTF8(), "<Aliases/>\n");
+}
+
+TEST(Generator, ReferencesAndExpressions) {
+  Fixture f;
+  RefARpObject db = f.Make(kTIDADatabase, 1, "db", {}, "00000000-0000-4000-8000-00000000000a");
+  RefARpObject t = f.Make(kTIDATable, 2, "T", db);
+  RefARpObject a = f.Make(kTIDAColumn, 3, "A", t);
+  RefARpObject b = f.Make(kTIDAColumn, 4, "B", t);
+
+  EXPECT_EQ(QORLUtil::GetRefObject(db, U"Database", true).ToUTF8(),
+            "<RefDatabase id=\"3023:00000001\" uid=\"00000000-0000-4000-8000-00000000000a\" "
+            "qualifiedName=\"&quot;db&quot;\"/>\n");
+  EXPECT_EQ(QORLUtil::GetRefObject(RefARpObject(), U"Database", true).ToUTF8(), "");
+
+  Expr e;
+  VXString err;
+  const VXString text = "\"db\".\"T\".\"B\" + \"db\".\"T\".\"A\" * \"db\".\"T\".\"B\"";
+  ASSERT_TRUE(SMEPParse::QORLCreateExprTree(text, e, err, f.rp.get(), kSME_Physical, nullptr)) << err.ToUTF8();
+  VoidIDVector ids;
+  EXPECT_EQ(QORLUtil::GenerateExpressionText(f.rp.get(), e, ids).ToUTF8(), "\"%1\" + \"%2\" * \"%1\"");
+  EXPECT_EQ(ids, (VoidIDVector{b.GetID(), a.GetID()}));
+  EXPECT_EQ(QORLUtil::GetExpression(f.rp.get(), e, text, false, kGenExprTextObjects).ToUTF8(),
+            "<Expr><![CDATA[\"db\".\"T\".\"B\" + \"db\".\"T\".\"A\" * \"db\".\"T\".\"B\"]]></Expr>\n"
+            "<ExprText><![CDATA[\"%1\" + \"%2\" * \"%1\"]]></ExprText>\n"
+            "<Objects>\n"
+            "<RefObject id=\"3003:00000004\" qualifiedName=\"&quot;db&quot;.&quot;T&quot;.&quot;B&quot;\"/>\n"
+            "<RefObject id=\"3003:00000003\" qualifiedName=\"&quot;db&quot;.&quot;T&quot;.&quot;A&quot;\"/>\n"
+            "</Objects>\n");
+  EXPECT_EQ(QORLUtil::GetTaggedExpression(f.rp.get(), e, "x", U"ExternalExpr", false, 0).ToUTF8(),
+            "<ExternalExpr>\n<Expr><![CDATA[x]]></Expr>\n</ExternalExpr>\n");
+  ToPrettyStringVisitor::SetRipAndReplaceNoExprMode(true);
+  EXPECT_EQ(QORLUtil::GetExpression(f.rp.get(), e, text, false, kGenExprTextObjects).ToUTF8(), "");
+  ToPrettyStringVisitor::SetRipAndReplaceNoExprMode(false);
+
+  // Grouped, tagged and fallback references through the generator.
+  VXString out;
+  QORLGenerator gen(f.rp.get(), nullptr, VXString(), out, false, false, true, false, false, false, false, false, false);
+  gen.GenerateGroupedSTLContainer({a, b}, U"Columns");
+  gen.GenerateTaggedRefObject(t, U"Owner");
+  gen.GenerateTaggedRefObject(RefARpObject(), U"Owner");
+  gen.SetGenerateOptions(kGenEmptyElements);
+  gen.GenerateGroupedSTLContainer({}, U"Columns");
+  gen.GenerateRefObject(RefARpObject(), U"RefDatabase");
+  EXPECT_EQ(out.ToUTF8(),
+            "<Columns>\n"
+            "<RefPhysicalColumn id=\"3003:00000003\" qualifiedName=\"&quot;db&quot;.&quot;T&quot;.&quot;A&quot;\"/>\n"
+            "<RefPhysicalColumn id=\"3003:00000004\" qualifiedName=\"&quot;db&quot;.&quot;T&quot;.&quot;B&quot;\"/>\n"
+            "</Columns>\n"
+            "<Owner>\n<RefPhysicalTable id=\"3001:00000002\" qualifiedName=\"&quot;db&quot;.&quot;T&quot;\"/>\n</Owner>\n"
+            "<Columns/><RefDatabase/>\n");
+}
+
+TEST(Generator, DuplicateNamesAndUidsAreRepairedWithWarnings) {
+  Fixture f;
+  RefARpObject db = f.Make(kTIDADatabase, 1, "db", {}, "00000000-0000-4000-8000-000000000001");
+  RefARpObject t1 = f.Make(kTIDATable, 2, "t", db, "00000000-0000-4000-8000-000000000002");
+  RefARpObject t2 = f.Make(kTIDATable, 3, "t", db, "00000000-0000-4000-8000-000000000003");
+  RefARpObject other = f.Make(kTIDACatalog, 4, "t", db, "00000000-0000-4000-8000-000000000002");
+  ServerLogCapture log;
+  UpdateDuplicateObjectAttributesForGeneration(f.rp.get(), {db, t1, t2, other});
+  EXPECT_EQ(t1->GetName(), "t");
+  EXPECT_EQ(t2->GetName(), "t#1");
+  EXPECT_EQ(other->GetName(), "t");  // another type of the same name is no clash
+  EXPECT_NE(other->UpgradeID(), t1->UpgradeID());  // the same uid in another type is
+  EXPECT_EQ(t2->UpgradeID(), Uid("00000000-0000-4000-8000-000000000003"));
+  EXPECT_EQ(log.Count(ServerLog::kWarning), 2u);
+}
+
+TEST(Generator, AFailedObjectIsReportedAndTheRestFollow) {
+  struct Failing : QORLGenerator {
+    using QORLGenerator::QORLGenerator;
+    using QORLGenerator::Visit;
+    void Visit(const RefACatalog& o) override {
+      Print(U"<PhysicalCatalog");
+      throw ErrorMessage(99009, o->GetTypeID(), "broken on purpose");
+    }
+  };
+  Fixture f;
+  RefARpObject db = f.Make(kTIDADatabase, 1, "db");
+  RefARpObject c = f.Make(kTIDACatalog, 2, "c", db);
+  RefARpObject s = f.Make(kTIDASchema, 3, "s", db);
+  VXString out, err;
+  Failing gen(f.rp.get(), nullptr, VXString(), out, false, false, true, false, false, false, false, false, false);
+  gen.GenerateDeclareQORLForObjects({db, c, s}, {}, err, false, NONE_FINEGRAINED, false);
+  EXPECT_NE(err.find("broken on purpose"), VXString::npos);
+  EXPECT_NE(out.find(U"<Schema name=\"s\""), VXString::npos);  // the next object still comes out
+}
+
+TEST(Generator, FileOutputEqualsTextOutput) {
+  Fixture f;
+  RefARpObject db = f.Make(kTIDADatabase, 1, "d\xC3\xA9");
+  db->SetDescription(VXString("bad\x01" "char"));
+  std::string path = (std::filesystem::temp_directory_path() / ("qorl_gen_" + std::to_string(::getpid()) + "/out.xml")).string();
+  VXString err;
+  ASSERT_TRUE(QORLGenerator::GenerateQORLForObjectVector(f.rp.get(), {db}, {}, err, VXString(path), true)) << err.ToUTF8();
+  std::stringstream ss;
+  ss << std::ifstream(path, std::ios::binary).rdbuf();
+  VXString text;
+  QORLGenerator::GenerateQORLTextForObjectVector(f.rp.get(), {db}, {}, err, text, kGenFooter | kGenColMapping | kGenExprTextObjects);
+  std::string expected = text.ToUTF8();
+  expected.erase(expected.find('\x01'), 1);  // a file never holds characters XML cannot carry
+  EXPECT_EQ(ss.str(), expected);
+  std::filesystem::remove_all(std::filesystem::path(path).parent_path());
+}
+
+TEST(Generator, TheInternalAccountsNameTravelsEncrypted) {
+  auto rp = ARpGateway::CreateInMemory("pw");
+  VXUpgradeID internal;
+  AAuthorizer::GetMandatorySecurityObjectsUIDs(internal);
+  RefARpObject group = rp->FindByUpgradeID(internal);
+  ASSERT_FALSE(group.IsNullRef());
+  VXString withUid = QORLUtil::GetBaseRpObjectXMLAttributes(group, true);
+  EXPECT_EQ(withUid.find(U"Administrators"), VXString::npos);
+  EXPECT_EQ(QORLUtil::GetBaseRpObjectXMLAttributes(group, false).ToUTF8(),
+            " name=\"Administrators\" isDefaultReadWriteable=\"true\" isDefaultGrantable=\"true\" isDefaultAll=\"true\" "
+            "isDefaultDeleteable=\"true\"");
+}
+
+}  // namespace
+}  // namespace qorl
