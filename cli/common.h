@@ -33,5 +33,7 @@ std::unique_ptr<ARpGateway> OpenRepository(const GlobalOptions& g, const std::st
 void RegisterInit(CLI::App& app, GlobalOptions& g);
 void RegisterInfo(CLI::App& app, GlobalOptions& g);
 void RegisterGen(CLI::App& app, GlobalOptions& g);
+void RegisterLoad(CLI::App& app, GlobalOptions& g);
+void RegisterCheckPassword(CLI::App& app, GlobalOptions& g);
 
 }  // namespace qorl::cli

@@ -25,6 +25,8 @@ int main(int argc, char** argv) {
   RegisterInit(app, global);
   RegisterInfo(app, global);
   RegisterGen(app, global);
+  RegisterLoad(app, global);
+  RegisterCheckPassword(app, global);
 
   try {
     app.parse(argc, argv);

@@ -2,6 +2,7 @@
 
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
+#include <openssl/hmac.h>
 #include <openssl/rand.h>
 
 #include <algorithm>
@@ -187,7 +188,19 @@ VXString EncryptToText(const AESKey& key, const ByteVector& clear) {
   ByteVector blob(kHeaderLen + clear.size() + kTagLen);
   blob[0] = kVersion;
   std::copy(key.salt.begin(), key.salt.end(), blob.begin() + 1);
-  ByteVector iv = RandomBytes(kIVLen);
+  // A synthetic IV (keyed hash of the value): the same secret under the same
+  // key always gives the same text, so documents under version control do not
+  // change each time they are written. Equal texts only say equal secrets.
+  ByteVector iv(kIVLen);
+  {
+    uint8_t mac[EVP_MAX_MD_SIZE];
+    unsigned int macLen = 0;
+    ByteVector input(blob.begin(), blob.begin() + 1 + kSaltLen);
+    input.insert(input.end(), clear.begin(), clear.end());
+    if (!HMAC(EVP_sha256(), key.key.data(), static_cast<int>(key.key.size()), input.data(), input.size(), mac, &macLen))
+      throw std::runtime_error("encryption failed");
+    std::copy(mac, mac + kIVLen, iv.begin());
+  }
   std::copy(iv.begin(), iv.end(), blob.begin() + 1 + kSaltLen);
 
   CipherCtx ctx(EVP_CIPHER_CTX_new());

@@ -73,6 +73,10 @@ constexpr MessageDef kMessageCatalogue[] = {
     {99014, "The repository %1 may not be written."},
     {99015, "The file %1 cannot be read."},
     {99016, "\"%1\" is not a valid object selection (expected TAG:QUALIFIED-NAME)."},
+    {99017, "Line %1: while applying <%2> %3."},
+    {99018, "In %1:"},
+    {99019, "Line %1: unknown element <%2> skipped with its contents."},
+    {99020, "There are %1 passwords for %2 documents; give one password for each document, in order."},
 };
 
 constexpr bool IsMessageCatalogueOrdered() {

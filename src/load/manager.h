@@ -1,0 +1,183 @@
+// QORLObjectManager: the SAX handler of the load. While the parser runs it
+// dispatches elements to handlers; afterwards it resolves every reference,
+// decides new or update, and applies the handlers to the store in the fixed
+// order of types, deleting last.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <set>
+#include <unordered_map>
+
+#include <xercesc/sax2/DefaultHandler.hpp>
+
+#include "load/handler.h"
+#include "store/expr_store.h"
+
+namespace qorl {
+
+class ErrorMessage;
+
+struct QNameTypeIDPair {
+  QualifiedName m_qName;
+  TypeID m_typeID = kTIDUnknown;
+  VoidID m_voidID;
+};
+using QNameTypeIDPairVector = std::vector<QNameTypeIDPair>;
+
+// All that one document set produced.
+struct VLTStoringStubs {
+  std::vector<QORLObject*> m_insertObjects;
+  std::vector<QORLObject*> m_updateObjects;
+  std::vector<std::unique_ptr<QORLObjectStub>> m_refObjects;
+  std::unordered_map<TypeIDQName, QORLObjectStub*, TypeIDQNameHash> m_qnameIndexedObjects;
+  std::map<VXUpgradeID, QORLObjectStub*> m_uidIndexedObjects;
+  QNameTypeIDPairVector m_modifiedInternalObjectQNameTypeIDs;
+  std::set<VoidID> m_createdInternalObjectIDs;
+  std::set<VoidID> m_modifiedInternalObjectIDs;
+  std::set<VoidID> m_deletedInternalObjectIDs;
+  std::set<VoidID> m_deletedObjectIDs;
+  std::vector<QORLObject*> m_allDeclaredObjects;
+  std::vector<QORLObject*> m_allDeleteObjects;
+  QORLObjectStubVector m_deleteObjects;
+  std::vector<QORLObject*> m_newOrDuplicatedObjects;
+  std::unordered_map<TypeIDQName, QORLObjectStub*, TypeIDQNameHash> m_qnameNewRenamedObjects;
+  std::vector<QORLObject*> m_allOverlappedObjects;
+  std::vector<std::unique_ptr<QORLObjectStub>> m_refOverlappedObjects;
+
+  void Clear(bool bCleanAll);
+};
+
+enum QORLCommandType : int16_t { xcDeclare = 0, xcDelete = 1, xcFineGrained = 2, xcUnknown = 3 };
+
+class QORLObjectManager : public xercesc::DefaultHandler {
+ public:
+  QORLObjectManager(ARpGateway* pGateway, bool bIsTDFQORL, bool bDocumentContainsCommand, bool bIsValidTDFDepartmentalDir,
+                    bool bGatherDeclaredObjects, bool bRenameDuplicatedObjects);
+  ~QORLObjectManager() override;
+
+  // ---- SAX ----
+  void setDocumentLocator(const xercesc::Locator* locator) override { m_locator = locator; }
+  void resetDocument() override { m_treeLevel = 0; }
+  void startElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname, const xercesc::Attributes& attrs) override;
+  void characters(const XMLCh* chars, XMLSize_t length) override;
+  void endElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname) override;
+  void startCDATA() override;
+  void endCDATA() override;
+  void fatalError(const xercesc::SAXParseException& e) override;
+  void error(const xercesc::SAXParseException& e) override { fatalError(e); }
+  void warning(const xercesc::SAXParseException&) override {}
+
+  // ---- settings ----
+  void SetExitOnExprParsingError(bool b) { m_bExitOnExprParsingError = b; }
+  void SetDepartment(const VXString& name);
+  void SetInputPasswords(const VXStringVector& p) { m_inputPasswords = p; }
+  void NextInput() { ++m_passwordPosition; }
+  void SetCurrentFile(const VXString& f) { m_currentFile = f; }
+  const VXString& GetCurrentFile() const { return m_currentFile; }
+
+  bool m_bExitOnPasswordError = true;
+  bool m_bIgnoreQORLErrors = false;
+  bool m_bFineGrainedXML = false;
+  bool m_bTransformationEnabled = false;
+
+  // ---- phases ----
+  void Cleanup();
+  void PopulateAllObjects();
+  void ExecuteQORL();
+  void ResolveDeclaredObjects();
+  void GatherDeclObjects(VoidIDVector& created, VoidIDVector& modified);
+  void GatherDeletedObjects(VoidIDVector& ids);
+  void GatherDeclObjectsQNameTypeIDs(QNameTypeIDPairVector& out);
+  void RetrieveWarnings(VXString& warning);
+  bool IsPasswordCorrect(const VXString& password);
+  bool PasswordsCanBeDecrypted(const VXString& password, const VXString& aes);
+  bool HasPasswordError() const { return m_bIsPasswordError; }
+
+  // ---- services for handlers ----
+  ARpGateway* GetGateway() const { return m_pGateway; }
+  int GetLineNumber() const;
+  bool IsTDFQORL() const { return m_bIsTDFQORL; }
+  bool IgnoreErrors() const { return m_bIgnoreQORLErrors; }
+  QORLObjectStub* CreateQORLObjectStub(TypeID type, const VXUpgradeID& uid, const QualifiedName& qname);
+  void ResolveQORLObjectStub(QORLObjectStub*& stub, bool bIsObjectToBeDeleted, bool bThrowErrorAnyway);
+  void ResolveQORLObjectStubVector(QORLObjectStubVector& stubs, bool bIsObjectToBeDeleted);
+  // Tries to bind without reporting failure: for parents whose type is one of several.
+  bool TryResolveQORLObjectStub(QORLObjectStub*& stub);
+  void PopulateDelObjectVector(const QORLObjectStubVector& stubs);
+  RefARpObject CreateObject(TypeID type, const VoidID& id);
+  RefARpObject CreateInternalObject(TypeID type);
+  void AddToModifiedInternalObjects(const RefARpObject& obj);
+  void AddToModifiedInternalObjects(const QORLObjectStub* stub);
+  void DeleteInternalObject(const VoidID& id);
+  bool IsVltObjectAlive(const RefARpObject& obj) const;
+  bool IsExistingVLTObject(const QORLObject* handler) const;
+  RefARpObject GetVLTObjectByUID(const VXUpgradeID& uid) const;
+  bool ParseMetaExpr(int lineNumber, const VXString& text, Expr& expr, const RefARpObject& contextObject, ExprType type);
+  void DecryptAESPassword(const VXString& objectName, const VXString& aes, ByteVector& bytes);
+  QORLObject* GetParentObjectHandler() const;
+  // Hands the error to the entry point, or logs it when errors are ignored.
+  void ThrowOrLog(const ErrorMessage& e, bool bThrow);
+
+  static bool IsObjectTypeToBeCreated(TypeID type);
+
+ private:
+  QORLObject* CreateQORLObjectHandler(const VXString& tag, int lineNumber);
+  void SetCommand(const VXString& name);
+  void FinishQORLObjectHandler();
+  void FinishQORLDeleteHandler();
+  void ExecuteOneVLTStore();
+  void ResolveDeclaredObject(QORLObject* handler);
+  void InsertResolvedObjectIntoIndexes(QORLObject* handler, bool bInRp, bool bRen);
+  bool LookupQORLObjectFromRp(QORLObjectStub* stub, bool bRen, bool& bCandidate, bool bIsObjectToBeDeleted);
+  bool IsDefaultSecurityObjectByUIDWithDiffName(const QORLObjectStub* stub) const;
+  void BindToStoreUID(QORLObjectStub* stub);
+  // Renames and duplicates.
+  enum { TUO_NOT_FOUND = 0, TUO_NAME_IS_THE_SAME = 1, TUO_NAME_IS_CHANGED = 2 };
+  void ResolveNewOrDuplicatedObjects();
+  int FindUpdatedObjectWithTheSameOriginalName(const QualifiedName& qName, TypeID type, RefARpObject& existing);
+  bool CheckIfSomeNewParentIsAlreadyRenamed(const QORLObject* handler) const;
+  void GetSiblingNames(const RefARpObject& existing, const QORLObject* handler, VXStringVector& names);
+  void EnsureUniqueNameInVLT(const QualifiedName& qName, const RefARpObject& object);
+  void PopulateTypeIDQNameVoidIDMap();
+  // Adds the current element's line and name to an error from a handler.
+  void AddContext(ErrorMessage& e, const QORLObject* handler) const;
+
+  ARpGateway* m_pGateway;
+  const xercesc::Locator* m_locator = nullptr;
+  bool m_bIsTDFQORL;
+  bool m_bDocumentContainsCommand;
+  bool m_bIsDepartmentalTDFMode;
+  bool m_bGatherDeclaredObjects;
+  bool m_bRenameDuplicatedObjects;
+  bool m_bExitOnExprParsingError = true;
+  bool m_bIsPasswordError = false;
+  bool m_bTDFObjectsWereRenamed = false;
+  bool m_bInUnknownElement = false;
+  int16_t m_treeLevel = 0;
+  QORLCommandType m_currentCommand = xcUnknown;
+  std::vector<QORLObject*> m_objectHandlers;
+  QORLUnknownElementHandler m_unknownHandler;
+  VXString m_finegrainedText;
+  std::set<VXString> m_processedDeclareElements;
+  VXString m_currentFile;
+
+  VLTStoringStubs m_defaultStorageStubs;
+  std::unordered_map<VXString, VLTStoringStubs> m_deptSpecificStorageStubs;
+  VLTStoringStubs* m_pCurrentDeptStorageStubs;
+  VXString m_sCurrentDepartment;
+  TypeIDVector m_executionSequence;
+  TypeIDQNameVoidIDMap m_typeIDQNameVoidIDMap;
+
+  std::map<VXUpgradeID, RefARpObject> m_allVltObjectsUidObjectMap;
+  std::unordered_map<TypeIDQName, RefARpObject, TypeIDQNameHash> m_allVltObjectsQnameObjectMap;
+
+  VXStringVector m_inputPasswords;
+  int m_passwordPosition = 0;
+
+  // Reused per element, so that attributes cost no allocation of their own.
+  NameValuePairs m_attrs;
+  VXString m_text;
+};
+
+}  // namespace qorl

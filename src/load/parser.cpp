@@ -1,0 +1,328 @@
+#include "load/parser.h"
+
+#include <algorithm>
+#include <fstream>
+
+#include "load/schema_path.h"
+#include "load/xml_reader.h"
+#include "model/vocabulary.h"
+#include "platform/crypto.h"
+#include "platform/error.h"
+#include "platform/files.h"
+#include "platform/messages.h"
+#include "platform/serverlog.h"
+#include "store/conditions.h"
+
+namespace qorl {
+
+bool QORLParser::g_bCheckQORLFilePassword = false;
+bool QORLParser::g_bErrQORLFilePassword = false;
+
+namespace {
+
+bool IsBaseGatewayEmpty(ARpGateway* rp) { return rp->ObjectCount() == 0; }
+
+void GatherObjects(QORLObjectManager& m, VoidIDVector& created, VoidIDVector& modified, VoidIDVector& deleted) {
+  VoidIDVector c, md, d;
+  m.GatherDeclObjects(c, md);
+  m.GatherDeletedObjects(d);
+  created.insert(created.end(), c.begin(), c.end());
+  modified.insert(modified.end(), md.begin(), md.end());
+  deleted.insert(deleted.end(), d.begin(), d.end());
+}
+
+// Customization files: the XML files of the directory in name order, and a
+// hash of their contents in that order.
+void OrderedCustomizationFiles(const VXString& dir, VXStringVector& files, VXString& hash) {
+  VXStringVector names;
+  SystemUtility::ListDirectory(dir, names);
+  ByteVector all;
+  for (const VXString& n : names) {
+    if (!n.ends_with(U".xml")) continue;
+    VXString path = SUFilePath::VXPathAppend(dir, n);
+    files.push_back(path);
+    std::string bytes;
+    SystemUtility::ReadWholeFile(path, bytes);
+    all.insert(all.end(), bytes.begin(), bytes.end());
+  }
+  hash = crypto::MD5Hex(all);
+}
+
+void ParseInput(SaxReader& reader, QORLParser::InputType type, const VXString& input) {
+  if (type == QORLParser::QORLText || type == QORLParser::TDFXMLText) reader.ParseText(input);
+  else reader.ParseFile(input);
+}
+
+// Says which document an error came from.
+void PushInputContext(ErrorMessage& e, QORLParser::InputType type, const VXString& input) {
+  if (type == QORLParser::QORLFile || type == QORLParser::TDFXMLFile) e.PushErrorMessage(99018, input);
+}
+
+}  // namespace
+
+bool QORLParser::ExecuteQORL(ARpGateway* pGateway, const VXStringVector& files, const VXStringVector& filePasswords,
+                             ErrorMessage& errorMsg, VXString& warningMsg, InputType fileOrDirType,
+                             bool bExitOnExprParsingError, bool bExitOnPasswordError, bool bIgnoreQORLErrors,
+                             bool bRenameDuplicatedObjects, bool bIsTransformation, bool bFineGrainedXML,
+                             bool bDoSchemaValidation) {
+  VoidIDVector c, m, d;
+  bool ok = ExecuteTransactionalXML(pGateway, files, filePasswords, errorMsg, warningMsg, c, m, d, fileOrDirType,
+                                    bExitOnExprParsingError, bExitOnPasswordError, bIgnoreQORLErrors,
+                                    bRenameDuplicatedObjects, bFineGrainedXML, bIsTransformation, bDoSchemaValidation);
+  if (errorMsg.HasMessages()) ServerLog::LogError(errorMsg);
+  return ok;
+}
+
+bool QORLParser::ExecuteQORL(ARpGateway* pGateway, const VXString& inputFileOrDir, ErrorMessage& errorMsg,
+                             VXString& warningMsg, InputType fileOrDirType, bool bExitOnExprParsingError,
+                             bool bExitOnPasswordError, bool bIgnoreQORLErrors, bool bIsTransformation,
+                             bool bDoSchemaValidation, bool bRenameDuplicatedObjects, bool bFineGrainedXML) {
+  return ExecuteQORL(pGateway, VXStringVector{inputFileOrDir}, VXStringVector(), errorMsg, warningMsg, fileOrDirType,
+                     bExitOnExprParsingError, bExitOnPasswordError, bIgnoreQORLErrors, bRenameDuplicatedObjects,
+                     bIsTransformation, bFineGrainedXML, bDoSchemaValidation);
+}
+
+bool QORLParser::ExecuteQORL(ARpGateway* pGateway, const VXString& inputFileOrDir, const VXString& inputFilePassword,
+                             ErrorMessage& errorMsg, VXString& warningMsg, InputType fileOrDirType,
+                             bool bExitOnExprParsingError, bool bExitOnPasswordError, bool bIgnoreQORLErrors,
+                             bool bIsTransformation, bool bDoSchemaValidation, bool bRenameDuplicatedObjects,
+                             bool bFineGrainedXML) {
+  return ExecuteQORL(pGateway, VXStringVector{inputFileOrDir}, VXStringVector{inputFilePassword}, errorMsg, warningMsg,
+                     fileOrDirType, bExitOnExprParsingError, bExitOnPasswordError, bIgnoreQORLErrors,
+                     bRenameDuplicatedObjects, bIsTransformation, bFineGrainedXML, bDoSchemaValidation);
+}
+
+bool QORLParser::ExecuteQORLText(ARpGateway* pGateway, const VXString& xml, ErrorMessage& errorMsg,
+                                 VoidIDVector& createdObjIds, VoidIDVector& modifiedObjIds, VoidIDVector& delIds,
+                                 bool bIsTDFQORL, bool bIgnoreQORLErrors, bool bFineGrainedXML, bool bIsTransformation,
+                                 VXString sInputPassword) {
+  VXString warnings;
+  VXStringVector passwords;
+  if (!sInputPassword.empty()) passwords.push_back(sInputPassword);
+  return ExecuteTransactionalXML(pGateway, VXStringVector{xml}, passwords, errorMsg, warnings, createdObjIds,
+                                 modifiedObjIds, delIds, bIsTDFQORL ? TDFXMLText : QORLText, false, false,
+                                 bIgnoreQORLErrors, false, bFineGrainedXML, bIsTransformation, false);
+}
+
+bool QORLParser::ExecuteQORLText(ARpGateway* pGateway, const VXString& xml, ErrorMessage& errorMsg, bool bIsTDFQORL,
+                                 bool bIgnoreQORLErrors, bool bFineGrainedXML, bool bIsTransformation,
+                                 VXString sInputPassword) {
+  VoidIDVector c, m, d;
+  return ExecuteQORLText(pGateway, xml, errorMsg, c, m, d, bIsTDFQORL, bIgnoreQORLErrors, bFineGrainedXML,
+                         bIsTransformation, sInputPassword);
+}
+
+bool QORLParser::ExecuteTransactionalXML(ARpGateway* pGateway, const VXStringVector& inputs,
+                                         const VXStringVector& inputPasswords, ErrorMessage& errorMsg,
+                                         VXString& warningMsg, VoidIDVector& createdObjIds,
+                                         VoidIDVector& modifiedObjIds, VoidIDVector& delIds, InputType type,
+                                         bool bExitOnExprParsingError, bool bExitOnPasswordError,
+                                         bool bIgnoreQORLErrors, bool bRenameDuplicatedObjects, bool bFineGrainedXML,
+                                         bool bIsTransformation, bool bDoSchemaValidation) {
+  std::set<IgnoreErrorType> ignore;
+  if (!bExitOnExprParsingError) ignore.insert(QORLIgnoreExprParsingerror);
+  if (!bExitOnPasswordError) ignore.insert(QORLIgnorePasswordError);
+  if (bIgnoreQORLErrors) ignore.insert(QORLIgnoreNonFatalError);
+  return ExecuteTransactionalXML(pGateway, inputs, inputPasswords, errorMsg, warningMsg, createdObjIds, modifiedObjIds,
+                                 delIds, type, ignore, bRenameDuplicatedObjects, bFineGrainedXML, bIsTransformation,
+                                 bDoSchemaValidation);
+}
+
+bool QORLParser::ExecuteTransactionalXML(ARpGateway* pGateway, const VXStringVector& inputs,
+                                         const VXStringVector& inputPasswords, ErrorMessage& errorMsg,
+                                         VXString& warningMsg, VoidIDVector& createdObjIds,
+                                         VoidIDVector& modifiedObjIds, VoidIDVector& delIds, InputType type,
+                                         std::set<IgnoreErrorType>& ignoreError, bool bRenameDuplicatedObjects,
+                                         bool bFineGrainedXML, bool bIsTransformation, bool bDoSchemaValidation) {
+  bool bExitOnExprParsingError = !ignoreError.count(QORLIgnoreExprParsingerror);
+  bool bExitOnPasswordError = !ignoreError.count(QORLIgnorePasswordError);
+  bool bIgnoreQORLErrors = ignoreError.count(QORLIgnoreNonFatalError) > 0;
+  ByteVector writable;
+  pGateway->GetRepositoryProperty(kRepPropWritable, writable);
+  if (!writable.empty() && writable[0] == 0) {
+    errorMsg.PushErrorMessage(74073);
+    return false;
+  }
+  if (type >= kBeginTDFXMLTypes)
+    return ExecuteTransactionalXMLForTDFXML(pGateway, inputs, errorMsg, warningMsg, createdObjIds, modifiedObjIds,
+                                            delIds, type, bExitOnExprParsingError, bExitOnPasswordError,
+                                            bIgnoreQORLErrors, bRenameDuplicatedObjects, bFineGrainedXML);
+  VXStringVector files = inputs;
+  if (type == QORLCustomizationDir) {
+    files.clear();
+    VXString hash;
+    if (!inputs.empty()) OrderedCustomizationFiles(inputs[0], files, hash);
+    pGateway->SetCustomizationHash(hash);
+    type = QORLFile;
+  }
+  return ExecuteTransactionalXMLforQORL(pGateway, files, inputPasswords, errorMsg, warningMsg, createdObjIds,
+                                        modifiedObjIds, delIds, type, bExitOnExprParsingError, bExitOnPasswordError,
+                                        bIgnoreQORLErrors, bRenameDuplicatedObjects, bFineGrainedXML, bIsTransformation,
+                                        bDoSchemaValidation);
+}
+
+bool QORLParser::ExecuteTransactionalXMLforQORL(ARpGateway* pGateway, const VXStringVector& inputs,
+                                                const VXStringVector& inputPasswords, ErrorMessage& errorMsg,
+                                                VXString& warningMsg, VoidIDVector& createdObjIds,
+                                                VoidIDVector& modifiedObjIds, VoidIDVector& delIds, InputType type,
+                                                bool bExitOnExprParsingError, bool bExitOnPasswordError,
+                                                bool bIgnoreQORLErrors, bool bRenameDuplicatedObjects,
+                                                bool bFineGrainedXML, bool bIsTransformation,
+                                                bool bDoSchemaValidation) {
+  VXString schema = FindSchemaFile(U"qorl1.xsd");
+  if (!SystemUtility::IsFileExist(schema)) {
+    errorMsg.PushErrorMessage(43125, schema);
+    return false;
+  }
+  if (!inputPasswords.empty() && inputPasswords.size() != inputs.size()) {
+    errorMsg.PushErrorMessage(99020, inputPasswords.size(), inputs.size());
+    return false;
+  }
+  EnsureXMLPlatform();
+  SaxReader reader;
+  QORLObjectManager manager(pGateway, false, type == QORLText, false, false, bRenameDuplicatedObjects);
+  manager.SetExitOnExprParsingError(bExitOnExprParsingError);
+  manager.m_bExitOnPasswordError = bExitOnPasswordError;
+  manager.m_bIgnoreQORLErrors = bIgnoreQORLErrors;
+  manager.SetDepartment(VXString());
+  manager.SetInputPasswords(inputPasswords);
+  if (bDoSchemaValidation) reader.EnableValidation(schema, inputs.size() >= 2);
+  reader.SetHandlers(&manager, &manager, &manager);
+  createdObjIds.clear();
+  modifiedObjIds.clear();
+  delIds.clear();
+  for (size_t i = 0; i < inputs.size(); ++i) {
+    const VXString& input = inputs[i];
+    bool parsed = false;
+    try {
+      if (type == QORLFile) ServerLog::LogNotification(SUStrUtil::LoadMsgStringOnly(92016, input), 1);
+      manager.Cleanup();
+      manager.PopulateAllObjects();
+      manager.SetCurrentFile(type == QORLFile ? input : VXString());
+      manager.m_bFineGrainedXML = bFineGrainedXML;
+      manager.m_bTransformationEnabled = bIsTransformation && !IsBaseGatewayEmpty(pGateway);
+      ParseInput(reader, type, input);
+      parsed = true;
+      if (reader.GetErrorCount() == 0 && g_bCheckQORLFilePassword) {
+        VXString password = inputPasswords.empty() ? VXString() : inputPasswords[i];
+        if (!manager.IsPasswordCorrect(password)) {
+          g_bErrQORLFilePassword = true;
+          return false;
+        }
+      }
+    } catch (ErrorMessage& e) {
+      PushInputContext(e, type, input);
+      errorMsg.PushErrorMessage(e);
+      if (!bIgnoreQORLErrors) return false;
+    }
+    (void)parsed;
+    try {
+      manager.ExecuteQORL();
+      GatherObjects(manager, createdObjIds, modifiedObjIds, delIds);
+    } catch (ErrorMessage& e) {
+      PushInputContext(e, type, input);
+      errorMsg.PushErrorMessage(e);
+      if (!bIgnoreQORLErrors) return false;
+    }
+    manager.NextInput();
+  }
+  manager.RetrieveWarnings(warningMsg);
+  ARpGateway::FixMandatorySecurityObjects(pGateway);
+  return !errorMsg.HasMessages() || bIgnoreQORLErrors;
+}
+
+bool QORLParser::ExecuteTransactionalXMLForTDFXML(ARpGateway*, const VXStringVector&, ErrorMessage& errorMsg, VXString&,
+                                                  VoidIDVector&, VoidIDVector&, VoidIDVector&, InputType, bool, bool,
+                                                  bool, bool, bool) {
+  errorMsg.PushErrorMessage(VXString("Loading the tree form is not available in this version of qorl."));
+  return false;
+}
+
+bool QORLParser::GatherDeclObjectsQualifiedNameTypeIDs(ARpGateway* pGateway, const VXString& input,
+                                                       QNameTypeIDPairVector& out, ErrorMessage& errorMsg,
+                                                       InputType type, bool bIgnoreQORLErrors) {
+  VXString schema = FindSchemaFile(type < kBeginTDFXMLTypes ? U"qorl1.xsd" : U"qorl_tdf_admin.xsd");
+  if (!SystemUtility::IsFileExist(schema)) {
+    errorMsg.PushErrorMessage(43125, schema);
+    return false;
+  }
+  EnsureXMLPlatform();
+  SaxReader reader;
+  QORLObjectManager manager(pGateway, type > QORLCustomizationDir, type == QORLFile, false, true, false);
+  manager.SetDepartment(VXString());
+  manager.PopulateAllObjects();
+  manager.m_bIgnoreQORLErrors = bIgnoreQORLErrors;
+  if (!bIgnoreQORLErrors) reader.EnableValidation(schema, false);
+  reader.SetHandlers(&manager, &manager, &manager);
+  bool ok = true;
+  try {
+    ParseInput(reader, type, input);
+  } catch (ErrorMessage& e) {
+    PushInputContext(e, type, input);
+    errorMsg.PushErrorMessage(e);
+    ok = false;
+  }
+  try {
+    manager.ResolveDeclaredObjects();
+    manager.GatherDeclObjectsQNameTypeIDs(out);
+  } catch (ErrorMessage& e) {
+    errorMsg.PushErrorMessage(e);
+    ok = false;
+  }
+  return ok;
+}
+
+bool QORLParser::IsPasswordCorrect(ARpGateway* pGateway, const VXStringVector& files, const VXStringVector& filePasswords,
+                                   ErrorMessage& errorMsg, VXString&, bool bExitOnExprParsingError,
+                                   bool bExitOnPasswordError) {
+  VXString schema = FindSchemaFile(U"qorl1.xsd");
+  if (!SystemUtility::IsFileExist(schema)) {
+    errorMsg.PushErrorMessage(43125, schema);
+    return false;
+  }
+  EnsureXMLPlatform();
+  SaxReader reader;
+  QORLObjectManager manager(pGateway, false, true, false, false, false);
+  manager.SetExitOnExprParsingError(bExitOnExprParsingError);
+  manager.m_bExitOnPasswordError = bExitOnPasswordError;
+  manager.SetDepartment(VXString());
+  manager.SetInputPasswords(filePasswords);
+  if (!bExitOnExprParsingError) reader.EnableValidation(schema, false);
+  reader.SetHandlers(&manager, &manager, &manager);
+  try {
+    for (size_t i = 0; i < files.size(); ++i) {
+      manager.Cleanup();
+      manager.PopulateAllObjects();
+      reader.ParseFile(files[i]);
+      if (reader.GetErrorCount() == 0) {
+        VXString password = filePasswords.empty() ? VXString() : filePasswords[i];
+        if (!manager.IsPasswordCorrect(password)) return false;
+      }
+    }
+  } catch (ErrorMessage& e) {
+    errorMsg.PushErrorMessage(e);
+    return false;
+  }
+  return true;
+}
+
+bool QORLParser::IsFineGrainedXML(bool bInputIsFilename, const VXString& inputFileOrText) {
+  const VXString marker = VXString(S_LT) + TAG_FINEGRAINED + S_GT;
+  if (!bInputIsFilename) return inputFileOrText.find(marker) != VXString::npos;
+  std::ifstream in(inputFileOrText.ToUTF8());
+  if (!in) {
+    ServerLog::LogError(SUStrUtil::LoadMsgStringOnly(94230, inputFileOrText), 1);
+    return false;
+  }
+  const std::string fg = marker.ToUTF8();
+  const std::string declare = (VXString(S_LT) + TAG_DECLARE + S_GT).ToUTF8();
+  const std::string del = (VXString(S_LT) + TAG_DELETE + S_GT).ToUTF8();
+  std::string line;
+  while (std::getline(in, line)) {
+    if (line.find(fg) != std::string::npos) return true;
+    if (line.find(declare) != std::string::npos || line.find(del) != std::string::npos) return false;
+  }
+  return false;
+}
+
+}  // namespace qorl

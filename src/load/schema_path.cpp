@@ -1,0 +1,52 @@
+#include "load/schema_path.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+#include <vector>
+
+#include "platform/files.h"
+
+#ifndef QORL_SOURCE_SCHEMA_DIR
+#define QORL_SOURCE_SCHEMA_DIR ""
+#endif
+
+namespace qorl {
+
+namespace {
+
+std::filesystem::path ExecutableDir() {
+  std::error_code ec;
+  std::filesystem::path exe = std::filesystem::read_symlink("/proc/self/exe", ec);
+  if (ec || exe.empty()) return {};
+  return exe.parent_path();
+}
+
+VXString Join(const std::filesystem::path& dir, const std::string& name) {
+  return VXString((dir / name).lexically_normal().string());
+}
+
+}  // namespace
+
+VXString FindSchemaFile(std::u32string_view fileName) {
+  const std::string name = ToUTF8(fileName);
+  std::vector<VXString> candidates;
+  const char* env = std::getenv("QORL_SCHEMA_DIR");
+  if (env && *env) {
+    candidates.push_back(Join(env, name));
+  } else {
+    std::filesystem::path exeDir = ExecutableDir();
+    if (!exeDir.empty()) {
+      candidates.push_back(Join(exeDir / ".." / "share" / "qorl", name));
+      candidates.push_back(Join(exeDir, name));
+    }
+    if (*QORL_SOURCE_SCHEMA_DIR) candidates.push_back(Join(QORL_SOURCE_SCHEMA_DIR, name));
+  }
+  if (candidates.empty()) return VXString(name);
+  for (const VXString& c : candidates) {
+    if (SystemUtility::IsFileExist(c)) return c;
+  }
+  return candidates.back();
+}
+
+}  // namespace qorl

@@ -1,0 +1,209 @@
+#include "load/xml_reader.h"
+
+#include <xercesc/framework/LocalFileInputSource.hpp>
+#include <xercesc/framework/MemBufInputSource.hpp>
+#include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
+#include <xercesc/sax/ErrorHandler.hpp>
+#include <xercesc/sax/Locator.hpp>
+#include <xercesc/sax/SAXParseException.hpp>
+#include <xercesc/sax2/SAX2XMLReader.hpp>
+#include <xercesc/sax2/XMLReaderFactory.hpp>
+#include <xercesc/util/OutOfMemoryException.hpp>
+#include <xercesc/util/PlatformUtils.hpp>
+#include <xercesc/util/SecurityManager.hpp>
+#include <xercesc/util/XMLEntityResolver.hpp>
+#include <xercesc/util/XMLException.hpp>
+#include <xercesc/util/XMLResourceIdentifier.hpp>
+#include <xercesc/util/XMLUni.hpp>
+
+#include <mutex>
+#include <new>
+
+#include "platform/error.h"
+
+namespace qorl {
+
+using xercesc::XMLUni;
+
+void EnsureXMLPlatform() {
+  static std::once_flag once;
+  // Never terminated: readers held in static storage may still be destroyed
+  // after any exit handler of ours would have run.
+  std::call_once(once, [] { xercesc::XMLPlatformUtils::Initialize(); });
+}
+
+namespace {
+
+const XMLCh kTextSystemId[] = u"qorl-text";
+const XMLCh kEmpty[] = u"";
+
+// Hands out the configured schema file and nothing else. Every other external
+// resource (DTD, entity, schema hint, include, import) gets an empty body and
+// is reported as an error, so a document cannot make the load read local files
+// or reach the network.
+class RefusingResolver : public xercesc::XMLEntityResolver {
+ public:
+  std::u16string schemaPath;
+  xercesc::ErrorHandler* errors = nullptr;
+  XMLSize_t refused = 0;
+
+  xercesc::InputSource* resolveEntity(xercesc::XMLResourceIdentifier* id) override {
+    const XMLCh* sys = id->getSystemId() ? id->getSystemId() : kEmpty;
+    if (id->getResourceIdentifierType() == xercesc::XMLResourceIdentifier::SchemaGrammar &&
+        !schemaPath.empty() && schemaPath == sys) {
+      return new xercesc::LocalFileInputSource(schemaPath.c_str());
+    }
+    ++refused;
+    if (errors) {
+      std::u16string msg = u"external resource not allowed: ";
+      msg += sys;
+      const xercesc::Locator* loc = id->getLocator();
+      if (loc) {
+        errors->error(xercesc::SAXParseException(msg.c_str(), *loc));
+      } else {
+        errors->error(xercesc::SAXParseException(msg.c_str(), kEmpty, sys, 0, 0));
+      }
+    }
+    static const XMLByte kNothing[1] = {0};
+    return new xercesc::MemBufInputSource(kNothing, 0, sys, false);
+  }
+};
+
+}  // namespace
+
+struct SaxReader::Impl {
+  std::unique_ptr<xercesc::SAX2XMLReader> reader;
+  xercesc::SecurityManager security;
+  RefusingResolver resolver;
+  xercesc::ErrorHandler* errors = nullptr;
+  // Failures of the library that did not pass through the scanner's count.
+  XMLSize_t extraErrors = 0;
+
+  void BeginParse() {
+    extraErrors = 0;
+    resolver.refused = 0;
+  }
+
+  // Runs one parse, turning an exception of the library that escaped the
+  // scanner into a fatal error of the document.
+  template <class F>
+  void Run(const XMLCh* systemId, F&& parse) {
+    BeginParse();
+    try {
+      parse();
+    } catch (const xercesc::OutOfMemoryException&) {
+      throw std::bad_alloc();
+    } catch (const xercesc::XMLException& e) {
+      ++extraErrors;
+      if (!errors) throw ErrorMessage(XMLStr::ToVX(e.getMessage()));
+      errors->fatalError(xercesc::SAXParseException(e.getMessage(), kEmpty, systemId, 0, 0));
+    }
+  }
+};
+
+SaxReader::SaxReader() : m_impl(std::make_unique<Impl>()) {
+  EnsureXMLPlatform();
+  Impl& d = *m_impl;
+  d.reader.reset(xercesc::XMLReaderFactory::createXMLReader());
+  xercesc::SAX2XMLReader& r = *d.reader;
+  d.security.setEntityExpansionLimit(kEntityExpansionLimit);
+  r.setProperty(XMLUni::fgXercesSecurityManager, &d.security);
+  // The resolver that is told the kind of resource and where it is asked for
+  // is set on the implementation only.
+  auto* impl = dynamic_cast<xercesc::SAX2XMLReaderImpl*>(&r);
+  if (!impl) throw ErrorMessage(VXString("XML reader without entity resolution control"));
+  impl->setXMLEntityResolver(&d.resolver);
+  r.setFeature(XMLUni::fgXercesDisableDefaultEntityResolution, true);
+  r.setFeature(XMLUni::fgXercesLoadExternalDTD, false);
+  r.setFeature(XMLUni::fgXercesValidationErrorAsFatal, true);
+  r.setFeature(XMLUni::fgXercesIgnoreAnnotations, false);
+  // Schema processing only when validation is asked for; schema hints of a
+  // document are never followed, even then.
+  r.setFeature(XMLUni::fgXercesSchema, false);
+  r.setFeature(XMLUni::fgXercesLoadSchema, false);
+  r.setFeature(XMLUni::fgSAX2CoreValidation, false);
+}
+
+SaxReader::~SaxReader() = default;
+
+void SaxReader::SetHandlers(xercesc::ContentHandler* content, xercesc::ErrorHandler* errors,
+                            xercesc::LexicalHandler* lexical) {
+  Impl& d = *m_impl;
+  d.reader->setContentHandler(content);
+  d.reader->setErrorHandler(errors);
+  d.reader->setLexicalHandler(lexical);
+  d.errors = errors;
+  d.resolver.errors = errors;
+}
+
+void SaxReader::EnableValidation(const VXString& schemaPath, bool cacheGrammar) {
+  Impl& d = *m_impl;
+  xercesc::SAX2XMLReader& r = *d.reader;
+  d.resolver.schemaPath = schemaPath.ToUTF16();
+  // The string stays alive here for the resolver's comparison as well.
+  r.setProperty(XMLUni::fgXercesSchemaExternalNoNameSpaceSchemaLocation,
+                const_cast<char16_t*>(d.resolver.schemaPath.c_str()));
+  r.setFeature(XMLUni::fgXercesCacheGrammarFromParse, cacheGrammar);
+  r.setFeature(XMLUni::fgSAX2CoreValidation, true);
+  r.setFeature(XMLUni::fgSAX2CoreNameSpaces, true);
+  r.setFeature(XMLUni::fgXercesSchema, true);
+  r.setFeature(XMLUni::fgXercesValidationErrorAsFatal, true);
+}
+
+void SaxReader::ParseFile(const VXString& path) {
+  Impl& d = *m_impl;
+  std::u16string p = path.ToUTF16();
+  d.Run(p.c_str(), [&] {
+    xercesc::LocalFileInputSource src(p.c_str());
+    d.reader->parse(src);
+  });
+}
+
+void SaxReader::ParseText(const VXString& text) {
+  Impl& d = *m_impl;
+  std::u16string buf = text.ToUTF16();
+  size_t skip = (!buf.empty() && buf[0] == u'\xFEFF') ? 1 : 0;
+  d.Run(kTextSystemId, [&] {
+    xercesc::MemBufInputSource src(reinterpret_cast<const XMLByte*>(buf.data() + skip),
+                                   (buf.size() - skip) * sizeof(char16_t), kTextSystemId, false);
+    // Host-order UTF-16: the parser then ignores the encoding that the text's
+    // declaration names, which described bytes that no longer exist.
+    src.setEncoding(XMLUni::fgXMLChEncodingString);
+    d.reader->parse(src);
+  });
+}
+
+XMLSize_t SaxReader::GetErrorCount() const {
+  const Impl& d = *m_impl;
+  return d.reader->getErrorCount() + d.extraErrors + d.resolver.refused;
+}
+
+xercesc::SAX2XMLReader& SaxReader::Reader() { return *m_impl->reader; }
+
+namespace XMLStr {
+
+VXString ToVX(const XMLCh* s) { return s ? VXString::FromUTF16(s) : VXString(); }
+
+VXString ToVX(const XMLCh* s, XMLSize_t n) { return s ? VXString::FromUTF16(s, n) : VXString(); }
+
+std::u16string FromVX(const VXString& s) { return s.ToUTF16(); }
+
+bool Equals(const XMLCh* s, std::u32string_view t) {
+  if (!s) return t.empty();
+  size_t i = 0;
+  while (*s) {
+    char32_t c = *s++;
+    if (c >= 0xD800 && c <= 0xDBFF && *s >= 0xDC00 && *s <= 0xDFFF) {
+      c = 0x10000 + ((c - 0xD800) << 10) + (static_cast<char32_t>(*s++) - 0xDC00);
+    } else if (c >= 0xD800 && c <= 0xDFFF) {
+      c = 0xFFFD;  // as VXString::FromUTF16 reads an unpaired surrogate
+    }
+    if (i >= t.size() || t[i] != c) return false;
+    ++i;
+  }
+  return i == t.size();
+}
+
+}  // namespace XMLStr
+
+}  // namespace qorl
