@@ -41,8 +41,9 @@ VXString QORLObject::GetUniqueIdentifier() {
 VXString QORLObject::GetParentComponentForTransformation() { return VXString(S_ERROR); }
 
 VXString QORLObject::DisplayName() const {
-  if (!m_object.IsNullRef()) return MetadataUtil::GenerateQualifiedName(m_object);
-  return MetadataUtil::ToQualifiedName(m_qualifiedName);
+  // The document's own name first: it is what the user wrote and can find.
+  if (!m_qualifiedName.empty()) return MetadataUtil::ToQualifiedName(m_qualifiedName);
+  return m_object.IsNullRef() ? VXString() : MetadataUtil::GenerateQualifiedName(m_object);
 }
 
 int QORLObject::CurrentLine() const { return m_pManager ? m_pManager->GetLineNumber() : 0; }

@@ -453,7 +453,8 @@ void QORLObjectManager::ResolveQORLObjectStub(QORLObjectStub*& stub, bool bIsObj
     stub = nullptr;
     return;
   }
-  ErrorMessage e(92006, MetadataUtil::ToQualifiedName(stub->GetQName()), TKSGUIDGenerator::ByteVectorToGUIDString(stub->GetUpgradeID()));
+  VXString uid = TKSGUIDGenerator::ByteVectorToGUIDString(stub->GetUpgradeID());
+  ErrorMessage e(92006, MetadataUtil::ToQualifiedName(stub->GetQName()), uid.empty() ? VXString("none") : uid);
   ThrowOrLog(e, bThrowErrorAnyway || !m_bIgnoreQORLErrors);
 }
 

@@ -95,4 +95,55 @@ TEST_F(Cli, GenWritesTheRepositoryOrChosenObjects) {
   EXPECT_NE(RunQorl("gen '" + repo + "' --type nonsense --repository-password pw").code, 0);
 }
 
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+TEST_F(Cli, LoadAppliesDocumentsAndAFailureChangesNothing) {
+  std::string src = (dir / "src.db").string(), dst = (dir / "dst.db").string();
+  std::string doc = (dir / "doc.xml").string(), bad = (dir / "bad.xml").string();
+  ASSERT_EQ(RunQorl("init '" + src + "' --repository-password a").code, 0);
+  ASSERT_EQ(RunQorl("init '" + dst + "' --repository-password b").code, 0);
+  std::ofstream(bad) << "<?xml version='1.0' encoding='UTF-8'?>\n<Repository>\n<DECLARE>\n"
+                        "<Database name=\"fine\">\n</Database>\n"
+                        "<PhysicalCatalog name=\"c\" parentName=\"&quot;missing&quot;\">\n</PhysicalCatalog>\n"
+                        "</DECLARE>\n</Repository>\n";
+  std::string before = ReadFile(dst);
+  Result failed = RunQorl("load '" + dst + "' '" + bad + "' --repository-password b");
+  EXPECT_NE(failed.code, 0);
+  EXPECT_NE(failed.out.find("bad.xml"), std::string::npos) << failed.out;
+  EXPECT_NE(failed.out.find("Line 6"), std::string::npos) << failed.out;
+  EXPECT_NE(failed.out.find("PhysicalCatalog"), std::string::npos) << failed.out;
+  EXPECT_EQ(ReadFile(dst), before);
+
+  Result dry = RunQorl("load --dry-run '" + dst + "' '" + bad + "' --repository-password b --ignore-errors");
+  EXPECT_NE(dry.out.find("Database \"fine\"  (new)"), std::string::npos) << dry.out;
+  EXPECT_EQ(ReadFile(dst), before);
+
+  ASSERT_EQ(RunQorl("gen '" + src + "' -o '" + doc + "' --repository-password a").code, 0);
+  Result noPassword = RunQorl("load '" + dst + "' '" + doc + "' --repository-password b");
+  EXPECT_NE(noPassword.code, 0);  // the internal account's name is under the other repository's key
+  EXPECT_EQ(ReadFile(dst), before);
+  EXPECT_EQ(RunQorl("check-password '" + doc + "' --password a").code, 0);
+  Result loaded = RunQorl("load '" + dst + "' '" + doc + "' --password a --repository-password b");
+  EXPECT_EQ(loaded.code, 0) << loaded.out;
+  EXPECT_NE(ReadFile(dst), before);
+  Result info = RunQorl("info '" + dst + "' --repository-password b");
+  EXPECT_NE(info.out.find("Group \"Administrators\""), std::string::npos) << info.out;
+}
+
+TEST_F(Cli, ValidationRejectsUnknownElementsWithTheirLine) {
+  ASSERT_EQ(RunQorl("init '" + repo + "' --repository-password pw").code, 0);
+  std::string doc = (dir / "unknown.xml").string();
+  std::ofstream(doc) << "<?xml version='1.0' encoding='UTF-8'?>\n<Repository>\n<DECLARE>\n<Nonsense name=\"x\"/>\n"
+                        "</DECLARE>\n</Repository>\n";
+  Result lax = RunQorl("load '" + repo + "' '" + doc + "' --repository-password pw");
+  EXPECT_EQ(lax.code, 0) << lax.out;
+  EXPECT_NE(lax.out.find("warning: Line 4"), std::string::npos) << lax.out;
+  Result strict = RunQorl("load --validate '" + repo + "' '" + doc + "' --repository-password pw");
+  EXPECT_NE(strict.code, 0);
+  EXPECT_NE(strict.out.find("Line 4"), std::string::npos) << strict.out;
+}
+
 }  // namespace
