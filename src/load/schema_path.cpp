@@ -15,14 +15,14 @@ namespace qorl {
 
 namespace {
 
-std::filesystem::path ExecutableDir() {
+std::filesystem::path RunningExecutableDir() {
   std::error_code ec;
   std::filesystem::path exe = std::filesystem::read_symlink("/proc/self/exe", ec);
   if (ec || exe.empty()) return {};
   return exe.parent_path();
 }
 
-VXString Join(const std::filesystem::path& dir, const std::string& name) {
+VXString SchemaCandidate(const std::filesystem::path& dir, const std::string& name) {
   return VXString((dir / name).lexically_normal().string());
 }
 
@@ -33,14 +33,14 @@ VXString FindSchemaFile(std::u32string_view fileName) {
   std::vector<VXString> candidates;
   const char* env = std::getenv("QORL_SCHEMA_DIR");
   if (env && *env) {
-    candidates.push_back(Join(env, name));
+    candidates.push_back(SchemaCandidate(env, name));
   } else {
-    std::filesystem::path exeDir = ExecutableDir();
+    std::filesystem::path exeDir = RunningExecutableDir();
     if (!exeDir.empty()) {
-      candidates.push_back(Join(exeDir / ".." / "share" / "qorl", name));
-      candidates.push_back(Join(exeDir, name));
+      candidates.push_back(SchemaCandidate(exeDir / ".." / "share" / "qorl", name));
+      candidates.push_back(SchemaCandidate(exeDir, name));
     }
-    if (*QORL_SOURCE_SCHEMA_DIR) candidates.push_back(Join(QORL_SOURCE_SCHEMA_DIR, name));
+    if (*QORL_SOURCE_SCHEMA_DIR) candidates.push_back(SchemaCandidate(QORL_SOURCE_SCHEMA_DIR, name));
   }
   if (candidates.empty()) return VXString(name);
   for (const VXString& c : candidates) {

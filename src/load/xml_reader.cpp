@@ -34,8 +34,8 @@ void EnsureXMLPlatform() {
 
 namespace {
 
-const XMLCh kTextSystemId[] = u"qorl-text";
-const XMLCh kEmpty[] = u"";
+const XMLCh kXmlTextSystemId[] = u"qorl-text";
+const XMLCh kXmlNoText[] = u"";
 
 // Hands out the configured schema file and nothing else. Every other external
 // resource (DTD, entity, schema hint, include, import) gets an empty body and
@@ -48,7 +48,7 @@ class RefusingResolver : public xercesc::XMLEntityResolver {
   XMLSize_t refused = 0;
 
   xercesc::InputSource* resolveEntity(xercesc::XMLResourceIdentifier* id) override {
-    const XMLCh* sys = id->getSystemId() ? id->getSystemId() : kEmpty;
+    const XMLCh* sys = id->getSystemId() ? id->getSystemId() : kXmlNoText;
     if (id->getResourceIdentifierType() == xercesc::XMLResourceIdentifier::SchemaGrammar &&
         !schemaPath.empty() && schemaPath == sys) {
       return new xercesc::LocalFileInputSource(schemaPath.c_str());
@@ -61,7 +61,7 @@ class RefusingResolver : public xercesc::XMLEntityResolver {
       if (loc) {
         errors->error(xercesc::SAXParseException(msg.c_str(), *loc));
       } else {
-        errors->error(xercesc::SAXParseException(msg.c_str(), kEmpty, sys, 0, 0));
+        errors->error(xercesc::SAXParseException(msg.c_str(), kXmlNoText, sys, 0, 0));
       }
     }
     static const XMLByte kNothing[1] = {0};
@@ -72,9 +72,10 @@ class RefusingResolver : public xercesc::XMLEntityResolver {
 }  // namespace
 
 struct SaxReader::Impl {
-  std::unique_ptr<xercesc::SAX2XMLReader> reader;
   xercesc::SecurityManager security;
   RefusingResolver resolver;
+  // Last, so that it goes first: it points at the two above.
+  std::unique_ptr<xercesc::SAX2XMLReader> reader;
   xercesc::ErrorHandler* errors = nullptr;
   // Failures of the library that did not pass through the scanner's count.
   XMLSize_t extraErrors = 0;
@@ -96,7 +97,7 @@ struct SaxReader::Impl {
     } catch (const xercesc::XMLException& e) {
       ++extraErrors;
       if (!errors) throw ErrorMessage(XMLStr::ToVX(e.getMessage()));
-      errors->fatalError(xercesc::SAXParseException(e.getMessage(), kEmpty, systemId, 0, 0));
+      errors->fatalError(xercesc::SAXParseException(e.getMessage(), kXmlNoText, systemId, 0, 0));
     }
   }
 };
@@ -163,9 +164,9 @@ void SaxReader::ParseText(const VXString& text) {
   Impl& d = *m_impl;
   std::u16string buf = text.ToUTF16();
   size_t skip = (!buf.empty() && buf[0] == u'\xFEFF') ? 1 : 0;
-  d.Run(kTextSystemId, [&] {
+  d.Run(kXmlTextSystemId, [&] {
     xercesc::MemBufInputSource src(reinterpret_cast<const XMLByte*>(buf.data() + skip),
-                                   (buf.size() - skip) * sizeof(char16_t), kTextSystemId, false);
+                                   (buf.size() - skip) * sizeof(char16_t), kXmlTextSystemId, false);
     // Host-order UTF-16: the parser then ignores the encoding that the text's
     // declaration names, which described bytes that no longer exist.
     src.setEncoding(XMLUni::fgXMLChEncodingString);

@@ -43,10 +43,12 @@ class SaxReader {
   // this reader. Schema hints inside documents are ignored.
   void EnableValidation(const VXString& schemaPath, bool cacheGrammar);
 
-  // Parse errors go to the error handler. A failure of the library outside the
-  // document (file not found, ...) reaches the error handler as a fatal error;
-  // without an error handler it is thrown as ErrorMessage. Exceptions thrown by
-  // the handlers pass through unchanged.
+  // Errors go to the error handler, a missing file as a fatal error, and are
+  // counted in GetErrorCount; without an error handler they are only counted.
+  // A refused external resource is reported through error(). Exceptions thrown
+  // by the handlers pass through unchanged; a failure of the library that the
+  // parser does not report itself is thrown as ErrorMessage when there is no
+  // error handler.
   void ParseFile(const VXString& path);
   // Parses a document held in memory. An encoding named by the text's own XML
   // declaration is ignored: the text is already decoded.

@@ -14,7 +14,7 @@
 namespace qorl {
 namespace {
 
-const char* kHead =
+const char* kDocHead =
     "<?xml version='1.0' encoding='UTF-8'?>\n"
     "<Repository xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\">\n";
 
@@ -63,7 +63,7 @@ LoadResult Load(ARpGateway& rp, const std::string& text, bool ignoreErrors = fal
 }
 
 std::string Doc(const std::string& declare, const std::string& del = "") {
-  std::string s = kHead;
+  std::string s = kDocHead;
   if (!declare.empty()) s += "<DECLARE>\n" + declare + "</DECLARE>\n";
   if (!del.empty()) s += "<DELETE>\n<DeleteObjects>\n" + del + "</DeleteObjects>\n</DELETE>\n";
   return s + "</Repository>\n";
@@ -120,7 +120,7 @@ TEST(Load, BadDocumentsNameTheLineAndStopTheLoad) {
       {Doc("<Role name=\"r\">\n</Role>\n"), 92001, "Line 4"},
       {Doc("", "<RefPhysicalTable uid=\"00000000-0000-4000-8000-000000000001\"/>\n"), 92007, "Line 5"},
       {Doc("<PhysicalCatalog name=\"c\" parentName=\"d\">\n</PhysicalCatalog>\n"), 92007, "Line 4"},
-      {std::string(kHead) + "<DECLARE>\n<Database name=\"x\">\n</DECLARE>\n</Repository>\n", 92008, "Line 5"},
+      {std::string(kDocHead) + "<DECLARE>\n<Database name=\"x\">\n</DECLARE>\n</Repository>\n", 92008, "Line 5"},
       {Doc("<PhysicalCatalog name=\"c\" parentName=\"&quot;nowhere&quot;\">\n</PhysicalCatalog>\n"), 92006, "Line 4"},
   };
   // (That the repository file stays as it was is the command's part: it does not commit.)
