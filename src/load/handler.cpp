@@ -394,6 +394,15 @@ void QORLExpressionHandler::CloneObject(QORLObject* from) {
   m_objects = other->m_objects;
 }
 
+void RelinkRelation(BinaryRelIterBase rel, const QORLObjectStubVector& stubs, bool bClearFirst) {
+  if (bClearFirst) rel.Clear();
+  VoidIDVector ids;
+  for (const QORLObjectStub* s : stubs)
+    if (s && !s->GetARpObject().IsNullRef()) ids.push_back(s->GetARpObject().GetID());
+  for (const VoidID& id : ids) rel.Erase(id);
+  for (const VoidID& id : ids) rel.Insert(id);
+}
+
 // ---- which handler reads which element ------------------------------------
 
 namespace {

@@ -225,6 +225,12 @@ class QORLExpressionHandler : public QORLObject {
   QORLObjectStubVector m_objects;
 };
 
+// The relation rule of the handlers: the members a list names are erased from
+// the relation if they are in it, then all are inserted in document order;
+// members the list does not name stay, ahead of the named ones. Stubs without
+// a live object are passed over. With bClearFirst the relation is emptied first.
+void RelinkRelation(BinaryRelIterBase rel, const QORLObjectStubVector& stubs, bool bClearFirst = false);
+
 // Which handler reads which element.
 using HandlerFactory = QORLObject* (*)(ARpGateway*, QORLObjectManager*);
 struct HandlerRow {

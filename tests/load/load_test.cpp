@@ -5,6 +5,7 @@
 
 #include "gen/generator.h"
 #include "load/parser.h"
+#include "store/expr_store.h"
 #include "model/registry.h"
 #include "platform/error.h"
 #include "platform/guid.h"
@@ -278,6 +279,57 @@ TEST(Load, WhatADocumentDeclaresWithoutLoadingIt) {
   EXPECT_TRUE(declared[0].m_voidID.IsNullID());
   EXPECT_FALSE(declared[1].m_voidID.IsNullID());
   EXPECT_TRUE(rp->FindByQualifiedName(kTIDADatabase, {"new"}).IsNullRef());
+}
+
+TEST(Load, RelinkKeepsUnnamedMembersAndOrdersTheNamedOnes) {
+  auto rp = ARpGateway::CreateInMemory();
+  RefARpObject key = rp->CreateObject(kTIDATableKey);
+  std::vector<RefARpObject> cols;
+  for (const char* n : {"a", "b", "c", "d"}) {
+    cols.push_back(rp->CreateObject(kTIDAColumn));
+    cols.back()->SetName(n);
+  }
+  BinaryRelIter<AColumn> rel(rp.get(), key.GetID(), kRelTableKeyColumns);
+  for (const auto& c : cols) rel.Insert(c.GetID());
+  QORLObjectManager m(rp.get(), false, true, false, false, false);
+  auto stub = [&](const RefARpObject& o) {
+    QORLObjectStub* s = m.CreateQORLObjectStub(kTIDAColumn, VXUpgradeID(), {o->GetName()});
+    s->SetARpObject(o);
+    return s;
+  };
+  QORLObjectStub* gone = m.CreateQORLObjectStub(kTIDAColumn, VXUpgradeID(), {"gone"});
+  // A partial list: d then b. a and c stay where they were, ahead of them.
+  RelinkRelation(rel, {stub(cols[3]), gone, stub(cols[1])});
+  std::vector<VXString> names;
+  for (const auto& c : rel.Members()) names.push_back(c->GetName());
+  EXPECT_EQ(names, (std::vector<VXString>{"a", "c", "d", "b"}));
+  RelinkRelation(rel, {stub(cols[2])}, true);
+  EXPECT_EQ(rel.Size(), 1u);
+}
+
+TEST(Load, AnExpressionThatDoesNotParseNamesItsLineAndObject) {
+  auto rp = ARpGateway::CreateInMemory();
+  RefARpObject db = rp->CreateObject(kTIDADatabase);
+  db->SetName("db");
+  QORLObjectManager m(rp.get(), false, true, false, false, false);
+  Expr e;
+  try {
+    m.ParseMetaExpr(17, "\"db\".\"nope\" + 1", e, db, kSME_Physical);
+    FAIL();
+  } catch (const ErrorMessage& err) {
+    EXPECT_EQ(err.GetMessageNumber(), 92009u);
+    VXString t;
+    err.RetrieveErrorMessages(t);
+    EXPECT_NE(t.find("Line 17"), VXString::npos) << t.ToUTF8();
+    EXPECT_NE(t.find("\"db\""), VXString::npos) << t.ToUTF8();
+  }
+  // As a warning the raw text is kept, so nothing is lost.
+  m.SetExitOnExprParsingError(false);
+  ServerLogCapture log;
+  EXPECT_FALSE(m.ParseMetaExpr(17, "\"db\".\"nope\"", e, db, kSME_Physical));
+  EXPECT_TRUE(e.IsUnparsed());
+  EXPECT_EQ(e.GetFormatText(), "\"db\".\"nope\"");
+  EXPECT_EQ(log.Count(ServerLog::kError), 1u);
 }
 
 }  // namespace
