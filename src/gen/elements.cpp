@@ -12,10 +12,12 @@ namespace {
 // Each element family adds its table here.
 std::span<const ElementWriter> AllFamilies(size_t i) {
   switch (i) {
+    case 0: return PhysicalSourceElementWriters();
+    case 1: return PhysicalTableElementWriters();
     default: return {};
   }
 }
-constexpr size_t kFamilyCount = 0;
+constexpr size_t kFamilyCount = 2;
 
 constexpr TypeID kEmptyVisitTypes[] = {kTIDARole,   kTIDALevelToLevel, kTIDAEntity,       kTIDAAttributeDefn,    kTIDAFolder,
                                        kTIDASchemaFolder, kTIDAEntityAttr, kTIDAMktg_SamplingLevel, kTIDATypePrivilege};

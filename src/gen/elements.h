@@ -21,6 +21,10 @@ struct ElementWriter {
 
 const ElementWriter* FindElementWriter(TypeID type);
 
+// The rows of each element family, defined with the family's writers.
+std::span<const ElementWriter> PhysicalSourceElementWriters();
+std::span<const ElementWriter> PhysicalTableElementWriters();
+
 // The classes whose content their owner writes, or nobody: their Visit writes nothing.
 bool HasEmptyVisit(TypeID type);
 

@@ -409,18 +409,14 @@ namespace {
 
 QORLObject* MakeGeneric(ARpGateway* rp, QORLObjectManager* m) { return new QORLGenericObjectHandler(rp, m); }
 
-// Each element family adds its rows here.
-const HandlerRow kHandlerRows[] = {
-    {kTIDUnknown, nullptr},
-};
-
 }  // namespace
 
 HandlerFactory FindHandlerFactory(TypeID type) {
   static const std::unordered_map<TypeID, HandlerFactory> rows = [] {
     std::unordered_map<TypeID, HandlerFactory> m;
-    for (const HandlerRow& r : kHandlerRows)
-      if (r.make) m.emplace(r.type, r.make);
+    for (auto family : {PhysicalSourceHandlers(), PhysicalTableHandlers()})
+      for (const HandlerRow& r : family)
+        if (r.make) m.emplace(r.type, r.make);
     return m;
   }();
   if (!QORLUtil::HandlerName(type)) return nullptr;  // a tag without a handler, or no tag at all

@@ -4,6 +4,7 @@
 // Execute2, which bind the stubs and write the store.
 #pragma once
 
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -239,5 +240,9 @@ struct HandlerRow {
 };
 // A specialised handler when an element family has one, otherwise the generic one.
 HandlerFactory FindHandlerFactory(TypeID type);
+
+// The rows of each element family, defined with the family's handlers.
+std::span<const HandlerRow> PhysicalSourceHandlers();
+std::span<const HandlerRow> PhysicalTableHandlers();
 
 }  // namespace qorl

@@ -5,6 +5,11 @@
 // returning its table (see store/props.h); persistence and copying find it.
 #pragma once
 
+#include <map>
+
+#include "model/datatypes.h"
+#include "platform/datetime.h"
+#include "store/expr.h"
 #include "store/object.h"
 #include "store/relation.h"
 
@@ -104,14 +109,6 @@ class AAuthorizer : public AMergeableObject {
   static void GetMandatorySecurityObjectsUIDs(VXUpgradeID& internalAccount);
 };
 
-class AComplexJoin : public AMergeableObject {
-  QORL_OBJECT(AComplexJoin)
-};
-
-class AConnectionPool : public AMergeableObject {
-  QORL_OBJECT(AConnectionPool)
-};
-
 class ACustomAuthenticator : public AMergeableObject {
   QORL_OBJECT(ACustomAuthenticator)
 };
@@ -134,10 +131,6 @@ class AGVSSecurity : public AMergeableObject {
 
 class AFolder : public AMergeableObject {
   QORL_OBJECT(AFolder)
-};
-
-class AForeignKey : public AMergeableObject {
-  QORL_OBJECT(AForeignKey)
 };
 
 class AHierarchy : public AMergeableObject {
@@ -176,10 +169,6 @@ class APhysicalDimension : public AMergeableObject {
   QORL_OBJECT(APhysicalDimension)
 };
 
-class APhysicalDisplayFolder : public AMergeableObject {
-  QORL_OBJECT(APhysicalDisplayFolder)
-};
-
 class APhysicalLevel : public AMergeableObject {
   QORL_OBJECT(APhysicalLevel)
 };
@@ -208,10 +197,6 @@ class ASubjectArea : public AMergeableObject {
   QORL_OBJECT(ASubjectArea)
 };
 
-class ATableKey : public AMergeableObject {
-  QORL_OBJECT(ATableKey)
-};
-
 class APrivilegePackage : public AAuthorizer {
   QORL_OBJECT(APrivilegePackage)
 };
@@ -224,9 +209,7 @@ class AUser : public AAuthorizer {
   QORL_OBJECT(AUser)
 };
 
-class ATable : public ADataComposite {
-  QORL_OBJECT(ATable)
-};
+#include "store/physical_tables.h"
 
 class AAWTable : public ATable {
   QORL_OBJECT(AAWTable)
@@ -244,10 +227,6 @@ class AAWDimension : public AAWTable {
   QORL_OBJECT(AAWDimension)
 };
 
-class AColumn : public APAttribute {
-  QORL_OBJECT(AColumn)
-};
-
 class AAWColumn : public AColumn {
   QORL_OBJECT(AAWColumn)
 };
@@ -256,20 +235,10 @@ class ACubeColumn : public AColumn {
   QORL_OBJECT(ACubeColumn)
 };
 
+#include "store/physical_sources.h"
+
 class AAnalyticWorkspace : public APhysicalDataFolder {
   QORL_OBJECT(AAnalyticWorkspace)
-};
-
-class ACatalog : public APhysicalDataFolder {
-  QORL_OBJECT(ACatalog)
-};
-
-class ADatabase : public APhysicalDataFolder {
-  QORL_OBJECT(ADatabase)
-};
-
-class ASchema : public APhysicalDataFolder {
-  QORL_OBJECT(ASchema)
 };
 
 class ALevel : public AEntity {

@@ -15,6 +15,8 @@
 #include <string>
 #include <type_traits>
 
+#include "model/datatypes.h"
+#include "platform/datetime.h"
 #include "store/expr.h"
 #include "store/object.h"
 
@@ -133,6 +135,31 @@ template <> struct PropCodec<Expr> {
     const uint8_t* p = r.Skip(n);
     v.Clear();
     if (p && !v.Decode(p, p + n)) r.Fail();
+  }
+};
+template <> struct PropCodec<VXTypeInfo> {
+  static constexpr PropKind kind = PropKind::Custom;
+  static void Save(BlobWriter& w, const VXTypeInfo& v) {
+    w.PutSigned(v.precision);
+    w.PutSigned(v.scale);
+    w.PutVarint(static_cast<uint64_t>(v.dataType));
+    w.PutByte(v.nullable ? 1 : 0);
+  }
+  static void Load(BlobReader& r, VXTypeInfo& v) {
+    v.precision = static_cast<int32_t>(r.GetSigned());
+    v.scale = static_cast<int16_t>(r.GetSigned());
+    v.dataType = static_cast<VXDataType>(r.GetVarint());
+    v.nullable = r.GetByte() != 0;
+  }
+};
+template <> struct PropCodec<VXDateTime> {
+  static constexpr PropKind kind = PropKind::Custom;
+  // As its text: "yyyy-mm-dd hh:mi:ss", empty for no date.
+  static void Save(BlobWriter& w, const VXDateTime& v) { w.PutString(TimeStampMeta().ToText(v)); }
+  static void Load(BlobReader& r, VXDateTime& v) {
+    VXString t = r.GetString();
+    v = VXDateTime();
+    if (!t.empty()) TimeStampMeta().TryConvert(t, v);
   }
 };
 template <class E>
