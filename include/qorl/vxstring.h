@@ -101,6 +101,7 @@ class VXString {
   }
   friend bool operator==(const VXString& a, const char* b) { return a.EqualsUTF8(b); }
   friend bool operator==(const VXString& a, std::u32string_view b) noexcept { return a.view() == b; }
+  friend bool operator==(const VXString& a, const char32_t* b) noexcept { return a.view() == std::u32string_view(b); }
   friend std::strong_ordering operator<=>(const VXString& a, const VXString& b) noexcept {
     return a.view() <=> b.view();
   }

@@ -13,14 +13,6 @@
 
 namespace qorl {
 
-void NameValuePairs::Add(VXString name, VXString value) { m_items.emplace_back(std::move(name), std::move(value)); }
-
-const VXString* NameValuePairs::Find(std::u32string_view name) const {
-  for (const auto& [n, v] : m_items)
-    if (n.view() == name) return &v;
-  return nullptr;
-}
-
 void QORLObjectStub::Clone(const QORLObjectStub* from) {
   m_qualifiedName = from->m_qualifiedName;
   m_uid = from->m_uid;

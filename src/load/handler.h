@@ -8,27 +8,12 @@
 #include <string_view>
 #include <vector>
 
+#include "model/attr_table.h"
 #include "store/gateway.h"
 
 namespace qorl {
 
 class QORLObjectManager;
-
-// The attributes of one element, in document order. Elements have few, so
-// a flat vector beats a hash map.
-class NameValuePairs {
- public:
-  void Clear() { m_items.clear(); }
-  void Add(VXString name, VXString value);
-  // The first attribute of that name, null if absent.
-  const VXString* Find(std::u32string_view name) const;
-  bool Has(std::u32string_view name) const { return Find(name) != nullptr; }
-  size_t Size() const { return m_items.size(); }
-  const std::pair<VXString, VXString>& At(size_t i) const { return m_items[i]; }
-
- private:
-  std::vector<std::pair<VXString, VXString>> m_items;
-};
 
 // A reference to a repository object by what the document says of it, before
 // and after resolution.
