@@ -6,6 +6,7 @@
 #include <iostream>
 
 #include "platform/error.h"
+#include "platform/progress.h"
 #include "platform/serverlog.h"
 
 namespace qorl::cli {
@@ -43,6 +44,7 @@ int RunCommand(const GlobalOptions& g, const std::function<int()>& body) {
       *log << stamp << " " << KindName(kind) << "[" << level << "] " << text.ToUTF8() << "\n";
     }
   });
+  Progress::SetAllowed(!g.quiet && Progress::StderrIsTerminal());
   int rc;
   try {
     rc = body();

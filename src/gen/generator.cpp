@@ -12,10 +12,14 @@
 #include "platform/error.h"
 #include "platform/guid.h"
 #include "platform/messages.h"
+#include "platform/progress.h"
 #include "platform/serverlog.h"
 #include "store/metadata_util.h"
 
 namespace qorl {
+
+// Below this many objects a document is written too quickly for a bar to help.
+constexpr size_t kProgressThreshold = 20000;
 
 QORLGenerator::QORLGenerator(ARpGateway* pRp, ARpGateway* pRpOriginal, const VXString& outFileName, VXString& outStr,
                              bool bUsingVoidID, bool /*bValidation*/, bool bGenerateUTF8, bool bGenerateUpGradeID,
@@ -172,7 +176,10 @@ void QORLGenerator::GenerateDeclareQORLForObjects(const RpObjectVector& rpDeclar
     TypeIDVector types;
     QORLUtil::SortVectorByGenerationSequence(rpDeclareObjects, sorted, types, false);
     if (bCheckForDuplicateAttributes) UpdateDuplicateObjectAttributesForGeneration(m_pGateway, sorted);
+    Progress progress("writing", sorted.size(), Progress::IsAllowed() && sorted.size() >= kProgressThreshold);
+    uint64_t done = 0;
     for (const RefARpObject& o : sorted) {
+      progress.Update(++done);
       try {
         if (bListObjects) PrintGenericObject(o);
         else if (ARpObject* p = o.GetRawObjPtr()) p->Accept(*this);

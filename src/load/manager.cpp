@@ -218,6 +218,7 @@ void QORLObjectManager::fatalError(const xercesc::SAXParseException& e) {
 void QORLObjectManager::FinishQORLObjectHandler() {
   QORLObject* h = m_objectHandlers.back();
   m_objectHandlers.pop_back();
+  if (m_bProgress) m_progress.Update(++m_objectsRead);
   if (!m_bFineGrainedXML) {
     m_pCurrentDeptStorageStubs->m_allDeclaredObjects.push_back(h);
     return;
@@ -693,10 +694,14 @@ void QORLObjectManager::ExecuteOneVLTStore() {
     if (!h->GetUpgradeID().empty()) o->SetUpgradeID(h->GetUpgradeID());
     if (!h->GetQName().empty()) o->SetName(h->GetQName().back());
   }
+  size_t total = s.m_insertObjects.size() + s.m_updateObjects.size();
+  m_progress.Start("applying", total, m_bProgress && total >= 20000);
+  uint64_t done = 0;
   for (TypeID type : m_executionSequence) {
     auto it = typed.find(type);
     if (it == typed.end()) continue;
     for (QORLObject* h : it->second) {
+      m_progress.Update(++done);
       try {
         if (!h->GetQName().empty()) EnsureUniqueNameInVLT(h->GetQName(), h->GetARpObject());
         h->Resolve();
@@ -707,6 +712,7 @@ void QORLObjectManager::ExecuteOneVLTStore() {
       }
     }
   }
+  m_progress.Finish();
   if (!m_bIsTDFQORL) PopulateTypeIDQNameVoidIDMap();
   for (TypeID type : m_executionSequence) {
     auto it = typed.find(type);

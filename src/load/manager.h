@@ -12,6 +12,7 @@
 #include <xercesc/sax2/DefaultHandler.hpp>
 
 #include "load/handler.h"
+#include "platform/progress.h"
 #include "store/expr_store.h"
 
 namespace qorl {
@@ -75,6 +76,12 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   void NextInput() { ++m_passwordPosition; }
   void SetCurrentFile(const VXString& f) { m_currentFile = f; }
   const VXString& GetCurrentFile() const { return m_currentFile; }
+
+  // Shown while large documents are read and applied.
+  void EnableProgress(bool enabled) { m_bProgress = enabled; }
+  bool m_bProgress = false;
+  Progress m_progress;
+  uint64_t m_objectsRead = 0;
 
   bool m_bExitOnPasswordError = true;
   bool m_bIgnoreQORLErrors = false;

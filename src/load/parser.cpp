@@ -1,6 +1,7 @@
 #include "load/parser.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 
 #include "load/schema_path.h"
@@ -201,7 +202,16 @@ bool QORLParser::ExecuteTransactionalXMLforQORL(ARpGateway* pGateway, const VXSt
       manager.SetCurrentFile(type == QORLFile ? input : VXString());
       manager.m_bFineGrainedXML = bFineGrainedXML;
       manager.m_bTransformationEnabled = bIsTransformation && !IsBaseGatewayEmpty(pGateway);
-      ParseInput(reader, type, input);
+      {
+        // Reading a large file: a count of objects read and their rate.
+        std::error_code ec;
+        bool large = type == QORLFile && std::filesystem::file_size(input.ToUTF8(), ec) > (4u << 20) && !ec;
+        manager.EnableProgress(Progress::IsAllowed() && large);
+        manager.m_objectsRead = 0;
+        manager.m_progress.Start("reading", 0, manager.m_bProgress);
+        ParseInput(reader, type, input);
+        manager.m_progress.Finish();
+      }
       parsed = true;
       if (reader.GetErrorCount() == 0 && g_bCheckQORLFilePassword) {
         VXString password = inputPasswords.empty() ? VXString() : inputPasswords[i];
