@@ -27,6 +27,7 @@ int main(int argc, char** argv) {
   RegisterGen(app, global);
   RegisterLoad(app, global);
   RegisterCheckPassword(app, global);
+  RegisterSample(app, global);
 
   try {
     app.parse(argc, argv);

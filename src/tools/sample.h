@@ -1,0 +1,20 @@
+// A deterministic synthetic repository of about N objects, spread over the
+// element types, with realistic names, descriptions and references: the input
+// of benchmarks and of tests that need size.
+#pragma once
+
+#include <cstdint>
+
+#include "store/gateway.h"
+
+namespace qorl {
+
+struct SampleOptions {
+  uint64_t objects = 10000;
+  uint64_t seed = 1;
+};
+
+// Adds the objects to `rp` (which the caller commits). Returns how many were made.
+uint64_t BuildSampleRepository(ARpGateway& rp, const SampleOptions& options);
+
+}  // namespace qorl
