@@ -67,10 +67,23 @@ size_t VXUpgradeID::Hash() const {
 }
 
 size_t TypeIDQName::Hash() const {
-  size_t h = static_cast<size_t>(m_type);
+  uint32_t h = static_cast<uint32_t>(m_type);
   for (const VXString& c : m_qName)
-    for (char32_t ch : c) h = h * 5 + ch;
+    for (char32_t ch : c) h = h * 5 + static_cast<uint32_t>(ch);
   return h;
+}
+
+size_t TypeIDQNameHash::operator()(const TypeIDQName& k) const {
+  uint64_t h = 1469598103934665603ull ^ static_cast<uint32_t>(k.m_type);
+  for (const VXString& c : k.m_qName) {
+    for (char32_t ch : c) {
+      h ^= ch;
+      h *= 1099511628211ull;
+    }
+    h ^= 0x2E;  // between components
+    h *= 1099511628211ull;
+  }
+  return static_cast<size_t>(h ^ (h >> 29));
 }
 
 }  // namespace qorl

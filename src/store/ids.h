@@ -124,8 +124,11 @@ struct TypeIDQName {
   // Starts from the type and multiplies by 5 before adding each character of each component.
   size_t Hash() const;
 };
+// The hash our maps use. TypeIDQName::Hash is the documented one, but under it
+// numbered sibling names collide ("X_19" and "X_24" hash alike), so the maps
+// hash every character with FNV-1a and a separator between components.
 struct TypeIDQNameHash {
-  size_t operator()(const TypeIDQName& k) const { return k.Hash(); }
+  size_t operator()(const TypeIDQName& k) const;
 };
 
 }  // namespace qorl
@@ -137,5 +140,5 @@ template <> struct std::hash<qorl::VXUpgradeID> {
   size_t operator()(const qorl::VXUpgradeID& v) const noexcept { return v.Hash(); }
 };
 template <> struct std::hash<qorl::TypeIDQName> {
-  size_t operator()(const qorl::TypeIDQName& k) const noexcept { return k.Hash(); }
+  size_t operator()(const qorl::TypeIDQName& k) const noexcept { return qorl::TypeIDQNameHash()(k); }
 };

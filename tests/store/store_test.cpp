@@ -169,6 +169,15 @@ TEST(Store, QualifiedNameTextRoundTripsQuotesAndDots) {
   EXPECT_EQ(back, q);
 }
 
+TEST(Store, TheDocumentedNameHashAndTheOneMapsUse) {
+  EXPECT_EQ((TypeIDQName{1, {"A", "B"}}.Hash()), ((1u * 5 + 65) * 5 + 66));
+  // Numbered siblings collide under the documented hash but not in the maps.
+  TypeIDQName a{kTIDAColumn, {"t", "X_19"}}, b{kTIDAColumn, {"t", "X_24"}};
+  EXPECT_EQ(a.Hash(), b.Hash());
+  EXPECT_NE(TypeIDQNameHash()(a), TypeIDQNameHash()(b));
+  EXPECT_NE(TypeIDQNameHash()(TypeIDQName{1, {"ab", "c"}}), TypeIDQNameHash()(TypeIDQName{1, {"a", "bc"}}));
+}
+
 TEST(Store, IdsAndPropertySixteen) {
   auto rp = ARpGateway::CreateInMemory();
   RefARpObject a = rp->CreateObject(kTIDADatabase, VoidID(kTIDADatabase, UniqueNum(500)));
