@@ -96,6 +96,13 @@ QORLObject* QORLObjectManager::CreateQORLObjectHandler(const VXString& tag, int 
   return handler;
 }
 
+const VXString& QORLObjectManager::Intern(const XMLCh* name) {
+  std::u16string_view key(name ? name : u"");
+  auto it = m_names.find(key);
+  if (it != m_names.end()) return it->second;
+  return m_names.emplace(std::u16string(key), XMLStr::ToVX(name)).first->second;
+}
+
 void QORLObjectManager::startElement(const XMLCh*, const XMLCh* localname, const XMLCh* qname,
                                      const xercesc::Attributes& attrs) {
   if (m_bInUnknownElement) {
@@ -107,7 +114,7 @@ void QORLObjectManager::startElement(const XMLCh*, const XMLCh* localname, const
     if (!m_bIsTDFQORL) return;
     ++m_treeLevel;
   }
-  VXString tag = XMLStr::ToVX(localname);
+  const VXString& tag = Intern(localname);
   if (m_treeLevel == 2) {
     if (m_bIsTDFQORL && !m_bDocumentContainsCommand) {
       m_treeLevel = 3;
@@ -130,7 +137,7 @@ void QORLObjectManager::startElement(const XMLCh*, const XMLCh* localname, const
     VXString value = XMLStr::ToVX(attrs.getValue(i));
     // A hand-edited hidden-value marker compares equal to the generated one.
     if (value == ATTRV_INCORRECT_REPLACE_ME) value = VXString(ATTRV_CORRECT_REPLACE_ME);
-    m_attrs.Add(XMLStr::ToVX(attrs.getQName(i)), value);
+    m_attrs.Add(Intern(attrs.getQName(i)), value);
   }
   if (m_currentCommand == xcFineGrained) return;  // fine-grained documents are applied by a later flow
 
@@ -188,7 +195,7 @@ void QORLObjectManager::endElement(const XMLCh*, const XMLCh* localname, const X
     }
     return;
   }
-  VXString tag = XMLStr::ToVX(localname);
+  const VXString& tag = Intern(localname);
   if (m_treeLevel > 2) {
     if (m_currentCommand == xcFineGrained) {
       --m_treeLevel;
@@ -657,8 +664,8 @@ void QORLObjectManager::ExecuteQORL() {
     // The objects deleted are unknown to every lookup from here on.
     auto u = m_allVltObjectsUidObjectMap.find(o->UpgradeID());
     if (u != m_allVltObjectsUidObjectMap.end() && u->second == o) m_allVltObjectsUidObjectMap.erase(u);
-    for (auto it = s.m_uidIndexedObjects.begin(); it != s.m_uidIndexedObjects.end();)
-      it = it->second == d ? s.m_uidIndexedObjects.erase(it) : std::next(it);
+    auto di = s.m_uidIndexedObjects.find(d->GetUpgradeID());
+    if (di != s.m_uidIndexedObjects.end() && di->second == d) s.m_uidIndexedObjects.erase(di);
     TypeIDQName key{o->GetTypeID(), {}};
     MetadataUtil::GenerateQualifiedName(o, key.m_qName);
     m_allVltObjectsQnameObjectMap.erase(key);

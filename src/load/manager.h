@@ -32,7 +32,7 @@ struct VLTStoringStubs {
   std::vector<QORLObject*> m_updateObjects;
   std::vector<std::unique_ptr<QORLObjectStub>> m_refObjects;
   std::unordered_map<TypeIDQName, QORLObjectStub*, TypeIDQNameHash> m_qnameIndexedObjects;
-  std::map<VXUpgradeID, QORLObjectStub*> m_uidIndexedObjects;
+  std::unordered_map<VXUpgradeID, QORLObjectStub*> m_uidIndexedObjects;
   QNameTypeIDPairVector m_modifiedInternalObjectQNameTypeIDs;
   std::set<VoidID> m_createdInternalObjectIDs;
   std::set<VoidID> m_modifiedInternalObjectIDs;
@@ -176,11 +176,20 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   TypeIDVector m_executionSequence;
   TypeIDQNameVoidIDMap m_typeIDQNameVoidIDMap;
 
-  std::map<VXUpgradeID, RefARpObject> m_allVltObjectsUidObjectMap;
+  std::unordered_map<VXUpgradeID, RefARpObject> m_allVltObjectsUidObjectMap;
   std::unordered_map<TypeIDQName, RefARpObject, TypeIDQNameHash> m_allVltObjectsQnameObjectMap;
 
   VXStringVector m_inputPasswords;
   int m_passwordPosition = 0;
+
+  // Tag and attribute names come from a small vocabulary: each is converted
+  // once and shared, instead of once per element.
+  const VXString& Intern(const XMLCh* name);
+  struct U16Hash {
+    using is_transparent = void;
+    size_t operator()(std::u16string_view s) const { return std::hash<std::u16string_view>()(s); }
+  };
+  std::unordered_map<std::u16string, VXString, U16Hash, std::equal_to<>> m_names;
 
   // Reused per element, so that attributes cost no allocation of their own.
   NameValuePairs m_attrs;
