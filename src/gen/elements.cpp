@@ -14,10 +14,12 @@ std::span<const ElementWriter> AllFamilies(size_t i) {
   switch (i) {
     case 0: return PhysicalSourceElementWriters();
     case 1: return PhysicalTableElementWriters();
+    case 2: return LogicalModelElementWriters();
+    case 3: return LogicalSourceElementWriters();
     default: return {};
   }
 }
-constexpr size_t kFamilyCount = 2;
+constexpr size_t kFamilyCount = 4;
 
 constexpr TypeID kEmptyVisitTypes[] = {kTIDARole,   kTIDALevelToLevel, kTIDAEntity,       kTIDAAttributeDefn,    kTIDAFolder,
                                        kTIDASchemaFolder, kTIDAEntityAttr, kTIDAMktg_SamplingLevel, kTIDATypePrivilege};
@@ -38,8 +40,5 @@ const ElementWriter* FindElementWriter(TypeID type) {
 bool HasEmptyVisit(TypeID type) {
   return std::find(std::begin(kEmptyVisitTypes), std::end(kEmptyVisitTypes), type) != std::end(kEmptyVisitTypes);
 }
-
-// The pool's texts that may name variables arrive with the pool element.
-void PoolVariableTexts(const RefARpObject&, VXStringVector&) {}
 
 }  // namespace qorl

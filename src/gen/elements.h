@@ -17,6 +17,8 @@ struct ElementWriter {
   VXString (*attributes)(QORLGenerator& gen, const RefARpObject& object);
   // Child elements after the description, printed through the generator.
   void (*children)(QORLGenerator& gen, const RefARpObject& object);
+  // Optional: false leaves the object out of the document altogether.
+  bool (*isWritten)(QORLGenerator& gen, const RefARpObject& object) = nullptr;
 };
 
 const ElementWriter* FindElementWriter(TypeID type);
@@ -24,6 +26,8 @@ const ElementWriter* FindElementWriter(TypeID type);
 // The rows of each element family, defined with the family's writers.
 std::span<const ElementWriter> PhysicalSourceElementWriters();
 std::span<const ElementWriter> PhysicalTableElementWriters();
+std::span<const ElementWriter> LogicalModelElementWriters();
+std::span<const ElementWriter> LogicalSourceElementWriters();
 
 // The classes whose content their owner writes, or nobody: their Visit writes nothing.
 bool HasEmptyVisit(TypeID type);

@@ -210,6 +210,7 @@ void QORLGenerator::WriteElement(const RefARpObject& object) {
   ARpObject* o = object.GetRawObjPtr();
   if (!o || HasEmptyVisit(o->GetTypeID())) return;
   const ElementWriter* w = FindElementWriter(o->GetTypeID());
+  if (w && w->isWritten && !w->isWritten(*this, object)) return;
   GenerateGenericOpenTag(object);
   if (w && w->attributes) Print(w->attributes(*this, object));
   Print(S_GT);

@@ -27,10 +27,6 @@ class AMergeableObject : public ARpObject {
   QORL_OBJECT(AMergeableObject)
 };
 
-class AAggrRule : public ARpObject {
-  QORL_OBJECT(AAggrRule)
-};
-
 class AAttributeDefn : public ARpObject {
   QORL_OBJECT(AAttributeDefn)
 };
@@ -39,16 +35,8 @@ class ALogicalSourceFolder : public ARpObject {
   QORL_OBJECT(ALogicalSourceFolder)
 };
 
-class AMeasureDefn : public ARpObject {
-  QORL_OBJECT(AMeasureDefn)
-};
-
 class AObjectPrivilege : public ARpObject {
   QORL_OBJECT(AObjectPrivilege)
-};
-
-class AOverrideAggrRule : public ARpObject {
-  QORL_OBJECT(AOverrideAggrRule)
 };
 
 class AQueryPrivilege : public ARpObject {
@@ -95,10 +83,6 @@ class AAWLevel : public AMergeableObject {
   QORL_OBJECT(AAWLevel)
 };
 
-class AAttribute : public AMergeableObject {
-  QORL_OBJECT(AAttribute)
-};
-
 class AAuthorizer : public AMergeableObject {
   QORL_OBJECT(AAuthorizer)
  public:
@@ -137,24 +121,12 @@ class AHierarchy : public AMergeableObject {
   QORL_OBJECT(AHierarchy)
 };
 
-class AKey : public AMergeableObject {
-  QORL_OBJECT(AKey)
-};
-
 class ALdapServer : public AMergeableObject {
   QORL_OBJECT(ALdapServer)
 };
 
 class ALogicalDisplayFolder : public AMergeableObject {
   QORL_OBJECT(ALogicalDisplayFolder)
-};
-
-class ALogicalForeignKey : public AMergeableObject {
-  QORL_OBJECT(ALogicalForeignKey)
-};
-
-class ALogicalTableSource : public AMergeableObject {
-  QORL_OBJECT(ALogicalTableSource)
 };
 
 class APAttribute : public AMergeableObject {
@@ -181,20 +153,12 @@ class AQueryObject : public AMergeableObject {
   QORL_OBJECT(AQueryObject)
 };
 
-class ARelationship : public AMergeableObject {
-  QORL_OBJECT(ARelationship)
-};
-
 class ARpVariable : public AMergeableObject {
   QORL_OBJECT(ARpVariable)
 };
 
 class ASessionVariableBlock : public AMergeableObject {
   QORL_OBJECT(ASessionVariableBlock)
-};
-
-class ASubjectArea : public AMergeableObject {
-  QORL_OBJECT(ASubjectArea)
 };
 
 class APrivilegePackage : public AAuthorizer {
@@ -241,12 +205,11 @@ class AAnalyticWorkspace : public APhysicalDataFolder {
   QORL_OBJECT(AAnalyticWorkspace)
 };
 
+#include "store/logical_model.h"
+#include "store/logical_sources.h"
+
 class ALevel : public AEntity {
   QORL_OBJECT(ALevel)
-};
-
-class ALogicalTable : public AEntity {
-  QORL_OBJECT(ALogicalTable)
 };
 
 class ALevelToLevel : public ARelationship {

@@ -415,16 +415,11 @@ RefARpObject ARpGateway::FindByQualifiedName(TypeID type, const QualifiedName& q
   if (qname.empty()) return RefARpObject();
   VoidIDVector candidates;
   FindByName(type, qname.back(), candidates);
+  QualifiedName path;
   for (const VoidID& c : candidates) {
-    ARpObject* o = Lookup(c);
-    size_t i = qname.size() - 1;
-    bool ok = true;
-    while (ok && i > 0) {
-      o = o->m_parent.IsNullID() ? nullptr : Lookup(o->m_parent);
-      --i;
-      ok = o && o->m_name == qname[i];
-    }
-    if (ok && o && o->m_parent.IsNullID()) return RefARpObject(Lookup(c));
+    RefARpObject r(Lookup(c));
+    MetadataUtil::GenerateQualifiedName(r, path);
+    if (path == qname) return r;
   }
   return RefARpObject();
 }

@@ -28,6 +28,20 @@ VXString MetadataUtil::GenerateQualifiedName(const RefARpObject& obj) {
   return ToQualifiedName(q);
 }
 
+// Physical names keep every level (database, catalog, schema, table) with an
+// empty component where a level is skipped: a table right under a database is
+// "db"."".""."T", a schema under a database "db"."".""s".
+static int PhysicalLevel(TypeID t) {
+  switch (t) {
+    case kTIDADatabase: return 0;
+    case kTIDACatalog: return 1;
+    case kTIDASchema: return 2;
+    case kTIDATable:
+    case kTIDACubeTable: return 3;
+    default: return -1;
+  }
+}
+
 void MetadataUtil::GenerateQualifiedName(const RefARpObject& obj, QualifiedName& out) {
   out.clear();
   ARpObject* o = obj.GetRawObjPtr();
@@ -35,7 +49,12 @@ void MetadataUtil::GenerateQualifiedName(const RefARpObject& obj, QualifiedName&
   // Bounded walk: a damaged parent chain must not loop forever.
   for (int depth = 0; o && depth < 64; ++depth) {
     out.push_back(o->GetName());
-    o = o->GetParentID().IsNullID() ? nullptr : rp->Lookup(o->GetParentID());
+    ARpObject* parent = o->GetParentID().IsNullID() ? nullptr : rp->Lookup(o->GetParentID());
+    if (parent) {
+      int level = PhysicalLevel(o->GetTypeID()), parentLevel = PhysicalLevel(parent->GetTypeID());
+      for (int gap = level - parentLevel - 1; level >= 0 && parentLevel >= 0 && gap > 0; --gap) out.push_back(VXString());
+    }
+    o = parent;
   }
   std::reverse(out.begin(), out.end());
 }

@@ -77,26 +77,27 @@ TEST(Generator, CatalogUnderDatabaseWithDescription) {
 }
 
 TEST(Generator, CommonAttributesSectionsAndOrder) {
+  // A catalog and a schema: elements with nothing of their own to add.
   Fixture f;
-  RefARpObject db = f.Make(kTIDADatabase, 1, "");  // no name: no attribute
-  db->SetIconIndex(3);
-  db->SetDefaultPrivilege(0);  // not readable: the one flag written as false
-  db->SetBIExtenderObject(true);
-  RefARpObject t = f.Make(kTIDATable, 2, "a<b", db);
-  t->SetDefaultPrivilege(kPrivAll);
-  // Declared out of order: the generation sequence puts the database first.
-  EXPECT_EQ(f.Text({t, db}, {t}),
+  RefARpObject cat = f.Make(kTIDACatalog, 1, "");  // no name: no attribute
+  cat->SetIconIndex(3);
+  cat->SetDefaultPrivilege(0);  // not readable: the one flag written as false
+  cat->SetBIExtenderObject(true);
+  RefARpObject s = f.Make(kTIDASchema, 2, "a<b", cat);
+  s->SetDefaultPrivilege(kPrivAll);
+  // Declared out of order: the generation sequence puts the catalog first.
+  EXPECT_EQ(f.Text({s, cat}, {s}),
             std::string(kHead) +
                 "<DECLARE>\n"
-                "<Database iconIndex=\"3\" isDefaultReadable=\"false\" isBIExtenderObject=\"true\" id=\"3023:00000001\">\n"
-                "</Database>\n"
-                "<PhysicalTable name=\"a&lt;b\" isDefaultReadWriteable=\"true\" isDefaultGrantable=\"true\" "
-                "isDefaultAll=\"true\" isDefaultDeleteable=\"true\" parentName=\"&quot;&quot;\" parentId=\"3023:00000001\" "
-                "id=\"3001:00000002\">\n"
-                "</PhysicalTable>\n"
+                "<PhysicalCatalog iconIndex=\"3\" isDefaultReadable=\"false\" isBIExtenderObject=\"true\" id=\"3025:00000001\">\n"
+                "</PhysicalCatalog>\n"
+                "<Schema name=\"a&lt;b\" isDefaultReadWriteable=\"true\" isDefaultGrantable=\"true\" "
+                "isDefaultAll=\"true\" isDefaultDeleteable=\"true\" parentName=\"&quot;&quot;\" parentId=\"3025:00000001\" "
+                "id=\"3027:00000002\">\n"
+                "</Schema>\n"
                 "</DECLARE>\n"
                 "<DELETE>\n<DeleteObjects>\n"
-                "<RefPhysicalTable id=\"3001:00000002\" qualifiedName=\"&quot;&quot;.&quot;a&lt;b&quot;\"/>\n"
+                "<RefSchema id=\"3027:00000002\" qualifiedName=\"&quot;&quot;.&quot;a&lt;b&quot;\"/>\n"
                 "</DeleteObjects>\n</DELETE>\n"
                 "</Repository>\n");
 }
@@ -110,13 +111,13 @@ TEST(Generator, TextElementsSplitCDataAndFollowTheEmptyRule) {
             "<T dummyuid=\"x&quot;y\"><![CDATA[x\"y]]></T>\n");
 
   Fixture f;
-  RefARpObject db = f.Make(kTIDADatabase, 1, "d");
+  RefARpObject db = f.Make(kTIDACatalog, 1, "d");
   EXPECT_EQ(QORLUtil::GetDescriptionXMLElement(db, 0).ToUTF8(), "");
   EXPECT_EQ(QORLUtil::GetDescriptionXMLElement(db, kGenEmptyElements).ToUTF8(), "<Description></Description>\n");
   EXPECT_EQ(f.Text({db}, {}, kGenFooter | kGenDummyUID),
             std::string(kHead) +
-                "<DECLARE>\n<Database name=\"d\" fullyQualifiedName=\"&quot;d&quot;\" id=\"3023:00000001\">\n"
-                "</Database>\n</DECLARE>\n</Repository>\n");
+                "<DECLARE>\n<PhysicalCatalog name=\"d\" fullyQualifiedName=\"&quot;d&quot;\" id=\"3025:00000001\">\n"
+                "</PhysicalCatalog>\n</DECLARE>\n</Repository>\n");
   EXPECT_EQ(QORLUtil::GetAliases({"x", "y"}, false, 0).ToUTF8(),
             "<Aliases>\n<Alias name=\"x\"/>\n<Alias name=\"y\"/>\n</Aliases>\n");
   EXPECT_EQ(QORLUtil::GetAliases({}, false, kGenEmptyElements).ToUTF8(), "<Aliases/>\n");
@@ -136,17 +137,17 @@ TEST(Generator, ReferencesAndExpressions) {
 
   Expr e;
   VXString err;
-  const VXString text = "\"db\".\"T\".\"B\" + \"db\".\"T\".\"A\" * \"db\".\"T\".\"B\"";
+  const VXString text = "\"db\".\"\".\"\".\"T\".\"B\" + \"db\".\"\".\"\".\"T\".\"A\" * \"db\".\"\".\"\".\"T\".\"B\"";
   ASSERT_TRUE(SMEPParse::QORLCreateExprTree(text, e, err, f.rp.get(), kSME_Physical, nullptr)) << err.ToUTF8();
   VoidIDVector ids;
   EXPECT_EQ(QORLUtil::GenerateExpressionText(f.rp.get(), e, ids).ToUTF8(), "\"%1\" + \"%2\" * \"%1\"");
   EXPECT_EQ(ids, (VoidIDVector{b.GetID(), a.GetID()}));
   EXPECT_EQ(QORLUtil::GetExpression(f.rp.get(), e, text, false, kGenExprTextObjects).ToUTF8(),
-            "<Expr><![CDATA[\"db\".\"T\".\"B\" + \"db\".\"T\".\"A\" * \"db\".\"T\".\"B\"]]></Expr>\n"
+            "<Expr><![CDATA[\"db\".\"\".\"\".\"T\".\"B\" + \"db\".\"\".\"\".\"T\".\"A\" * \"db\".\"\".\"\".\"T\".\"B\"]]></Expr>\n"
             "<ExprText><![CDATA[\"%1\" + \"%2\" * \"%1\"]]></ExprText>\n"
             "<Objects>\n"
-            "<RefObject id=\"3003:00000004\" qualifiedName=\"&quot;db&quot;.&quot;T&quot;.&quot;B&quot;\"/>\n"
-            "<RefObject id=\"3003:00000003\" qualifiedName=\"&quot;db&quot;.&quot;T&quot;.&quot;A&quot;\"/>\n"
+            "<RefObject id=\"3003:00000004\" qualifiedName=\"&quot;db&quot;.&quot;&quot;.&quot;&quot;.&quot;T&quot;.&quot;B&quot;\"/>\n"
+            "<RefObject id=\"3003:00000003\" qualifiedName=\"&quot;db&quot;.&quot;&quot;.&quot;&quot;.&quot;T&quot;.&quot;A&quot;\"/>\n"
             "</Objects>\n");
   EXPECT_EQ(QORLUtil::GetTaggedExpression(f.rp.get(), e, "x", U"ExternalExpr", false, 0).ToUTF8(),
             "<ExternalExpr>\n<Expr><![CDATA[x]]></Expr>\n</ExternalExpr>\n");
@@ -165,10 +166,10 @@ TEST(Generator, ReferencesAndExpressions) {
   gen.GenerateRefObject(RefARpObject(), U"RefDatabase");
   EXPECT_EQ(out.ToUTF8(),
             "<Columns>\n"
-            "<RefPhysicalColumn id=\"3003:00000003\" qualifiedName=\"&quot;db&quot;.&quot;T&quot;.&quot;A&quot;\"/>\n"
-            "<RefPhysicalColumn id=\"3003:00000004\" qualifiedName=\"&quot;db&quot;.&quot;T&quot;.&quot;B&quot;\"/>\n"
+            "<RefPhysicalColumn id=\"3003:00000003\" qualifiedName=\"&quot;db&quot;.&quot;&quot;.&quot;&quot;.&quot;T&quot;.&quot;A&quot;\"/>\n"
+            "<RefPhysicalColumn id=\"3003:00000004\" qualifiedName=\"&quot;db&quot;.&quot;&quot;.&quot;&quot;.&quot;T&quot;.&quot;B&quot;\"/>\n"
             "</Columns>\n"
-            "<Owner>\n<RefPhysicalTable id=\"3001:00000002\" qualifiedName=\"&quot;db&quot;.&quot;T&quot;\"/>\n</Owner>\n"
+            "<Owner>\n<RefPhysicalTable id=\"3001:00000002\" qualifiedName=\"&quot;db&quot;.&quot;&quot;.&quot;&quot;.&quot;T&quot;\"/>\n</Owner>\n"
             "<Columns/><RefDatabase/>\n");
 }
 

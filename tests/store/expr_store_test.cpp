@@ -19,7 +19,7 @@ TEST(ExprStore, ParsesNamesFromTheStoreAndTheDocumentsMapFirst) {
   RefARpObject other = rp->CreateObject(kTIDAColumn);
   other->SetName("other");
 
-  const VXString text = "\"db\".\"T\".\"C\" + 1 = \"db\".\"T\".\"C\"";
+  const VXString text = "\"db\".\"\".\"\".\"T\".\"C\" + 1 = \"db\".\"\".\"\".\"T\".\"C\"";
   Expr e;
   VXString err;
   ASSERT_TRUE(SMEPParse::QORLCreateExprTree(text, e, err, rp.get(), kSME_Physical, nullptr)) << err.ToUTF8();
@@ -32,15 +32,15 @@ TEST(ExprStore, ParsesNamesFromTheStoreAndTheDocumentsMapFirst) {
 
   // A name the document declares wins over the store and fills its gaps.
   TypeIDQNameVoidIDMap names;
-  names[TypeIDQName{kTIDAColumn, {"db", "T", "C"}}] = other.GetID();
-  names[TypeIDQName{kTIDAColumn, {"db", "T", "New"}}] = other.GetID();
+  names[TypeIDQName{kTIDAColumn, {"db", "", "", "T", "C"}}] = other.GetID();
+  names[TypeIDQName{kTIDAColumn, {"db", "", "", "T", "New"}}] = other.GetID();
   Expr e2;
-  ASSERT_TRUE(SMEPParse::QORLCreateExprTree("\"db\".\"T\".\"C\" || \"db\".\"T\".\"New\"", e2, err, rp.get(), kSME_Physical, &names));
+  ASSERT_TRUE(SMEPParse::QORLCreateExprTree("\"db\".\"\".\"\".\"T\".\"C\" || \"db\".\"\".\"\".\"T\".\"New\"", e2, err, rp.get(), kSME_Physical, &names));
   objs.clear();
   e2.GetObjectsInExpr(rp.get(), objs, false);
   EXPECT_EQ(objs, (RpObjectVector{other, other}));
 
-  EXPECT_FALSE(SMEPParse::QORLCreateExprTree("\"db\".\"T\".\"Missing\"", e2, err, rp.get(), kSME_Physical, nullptr));
+  EXPECT_FALSE(SMEPParse::QORLCreateExprTree("\"db\".\"\".\"\".\"T\".\"Missing\"", e2, err, rp.get(), kSME_Physical, nullptr));
   EXPECT_NE(err.find("Missing"), VXString::npos);
 
   // After the object goes, printing keeps the mention as an id instead of dropping it.

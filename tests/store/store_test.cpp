@@ -136,14 +136,14 @@ TEST(Store, RelationsKeepTheirOrder) {
 TEST(Store, LookupsByIdUidQualifiedNameAndCondition) {
   auto rp = ARpGateway::CreateInMemory();
   Physical m(*rp);
-  EXPECT_EQ(MetadataUtil::GenerateQualifiedName(m.cols[1]), "\"db\".\"t\".\"b\"");
-  EXPECT_EQ(rp->FindByQualifiedName(kTIDAColumn, {"db", "t", "b"}), m.cols[1]);
-  EXPECT_TRUE(rp->FindByQualifiedName(kTIDAColumn, {"t", "b"}).IsNullRef());  // the whole path must match
-  EXPECT_TRUE(rp->FindByQualifiedName(kTIDATable, {"db", "t", "b"}).IsNullRef());
+  EXPECT_EQ(MetadataUtil::GenerateQualifiedName(m.cols[1]), "\"db\".\"\".\"\".\"t\".\"b\"");
+  EXPECT_EQ(rp->FindByQualifiedName(kTIDAColumn, {"db", "", "", "t", "b"}), m.cols[1]);
+  EXPECT_TRUE(rp->FindByQualifiedName(kTIDAColumn, {"db", "t", "b"}).IsNullRef());  // every level, empty ones too
+  EXPECT_TRUE(rp->FindByQualifiedName(kTIDATable, {"db", "", "", "t", "b"}).IsNullRef());
 
   m.cols[1]->SetName("renamed");
-  EXPECT_TRUE(rp->FindByQualifiedName(kTIDAColumn, {"db", "t", "b"}).IsNullRef());
-  EXPECT_EQ(rp->FindByQualifiedName(kTIDAColumn, {"db", "t", "renamed"}), m.cols[1]);
+  EXPECT_TRUE(rp->FindByQualifiedName(kTIDAColumn, {"db", "", "", "t", "b"}).IsNullRef());
+  EXPECT_EQ(rp->FindByQualifiedName(kTIDAColumn, {"db", "", "", "t", "renamed"}), m.cols[1]);
 
   VXUpgradeID uid(ByteVector(16, 7));
   m.cols[2]->SetUpgradeID(uid);
@@ -275,8 +275,8 @@ TEST_F(StoreFile, CommittedChangesSurviveReopeningAndRolledBackOnesDoNot) {
   EXPECT_EQ(t->GetIconIndex(), 7);
   EXPECT_TRUE(t->IsDefaultGrantable());
   EXPECT_EQ(t->UpgradeID(), VXUpgradeID(ByteVector(16, 3)));
-  EXPECT_EQ(MetadataUtil::GenerateQualifiedName(rp->GetObject(colID)), "\"db\".\"t\".\"c\"");
-  RefATableKey key(rp->FindByQualifiedName(kTIDATableKey, {"db", "t", "pk"}));
+  EXPECT_EQ(MetadataUtil::GenerateQualifiedName(rp->GetObject(colID)), "\"db\".\"\".\"\".\"t\".\"c\"");
+  RefATableKey key(rp->FindByQualifiedName(kTIDATableKey, {"db", "", "", "t", "pk"}));
   EXPECT_EQ(BinaryRelIter<AColumn>(rp.get(), key.GetID(), kRelTableKeyColumns).Size(), 1u);
   // New objects never reuse an id that was handed out before.
   EXPECT_GT(rp->CreateObject(kTIDADatabase).GetID().m_uniqueNum, colID.m_uniqueNum);
