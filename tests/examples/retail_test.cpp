@@ -1,0 +1,64 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+#include "gen/generator.h"
+#include "load/parser.h"
+#include "platform/error.h"
+
+namespace qorl {
+namespace {
+
+std::string ReadExample(const char* name) {
+  std::ifstream in(std::string(QORL_SOURCE_DIR) + "/examples/" + name);
+  std::stringstream ss;
+  ss << in.rdbuf();
+  return ss.str();
+}
+
+// The hand-written sample loads (validated) and every attribute written by
+// hand comes back when the repository is written again.
+TEST(Examples, TheRetailSampleComesBackWithEveryAttribute) {
+  const std::string doc = ReadExample("retail.xml");
+  ASSERT_FALSE(doc.empty());
+  auto rp = ARpGateway::CreateInMemory("sample");
+  ErrorMessage err;
+  VXString warnings;
+  VoidIDVector c, m, d;
+  ASSERT_TRUE(QORLParser::ExecuteTransactionalXML(rp.get(), {VXString(doc)}, {}, err, warnings, c, m, d,
+                                                  QORLParser::QORLText, true, true, false, false, false, false, true))
+      << [&] { VXString t; err.RetrieveErrorMessages(t); return t.ToUTF8(); }();
+  VXString out, genErr;
+  ASSERT_TRUE(QORLGenerator::GenerateQORL(rp.get(), genErr, out, {}, false, false, true, false,
+                                          QORLScriptGenerateEverything, false, false));
+  const std::string text = out.ToUTF8();
+  std::regex element("<([A-Za-z]+) name=\"([^\"]*)\"([^>]*)>");
+  std::regex attribute(" ([A-Za-z]+)=\"([^\"]*)\"");
+  size_t checked = 0;
+  for (std::sregex_iterator e(doc.begin(), doc.end(), element), end; e != end; ++e) {
+    std::string tag = (*e)[1], name = (*e)[2], attrs = (*e)[3];
+    // The regenerated element of the same tag, name and parent.
+    std::smatch parent;
+    std::string key = "<" + tag + " name=\"" + name + "\"";
+    if (std::regex_search(attrs, parent, std::regex("^ parentName=\"[^\"]*\""))) key += parent[0].str();
+    size_t at = text.find(key);
+    if (tag == "Feature") at = text.find("<Feature name=\"" + name + "\"");
+    ASSERT_NE(at, std::string::npos) << tag << " " << name;
+    std::string line = text.substr(at, text.find('\n', at) - at);
+    for (std::sregex_iterator a(attrs.begin(), attrs.end(), attribute); a != end; ++a) {
+      if ((*a)[1] == "password") continue;  // written back encrypted, checked below
+      EXPECT_NE(line.find((*a)[0].str()), std::string::npos) << tag << " " << name << ":" << (*a)[0] << "\n" << line;
+      ++checked;
+    }
+  }
+  EXPECT_GT(checked, 100u);
+  // The pool's password came in as hexadecimal and goes out encrypted with the repository's key.
+  RefAConnectionPool pool(rp->FindByQualifiedName(kTIDAConnectionPool, {"Retail DW", "DW Pool"}));
+  ASSERT_FALSE(pool.IsNullRef());
+  EXPECT_EQ(pool->GetEncryptedPassword(), (ByteVector{'r', 'e', 'a', 'd', 'e', 'r', '1'}));
+}
+
+}  // namespace
+}  // namespace qorl
