@@ -2,6 +2,8 @@
 
 #include <random>
 
+#include "model/codecs.h"
+#include "store/expr_store.h"
 #include "store/metadata_util.h"
 
 namespace qorl {
@@ -57,25 +59,67 @@ class Builder {
   const char* Pick(const char* const (&list)[N]) { return list[m_rng() % N]; }
   VXString Num(uint64_t n) { return VXString::FromUInt(n); }
 
+  static constexpr VXDataType kColumnTypes[] = {VXInteger, VXVarChar, VXVarChar, VXDecimal, VXInteger,
+                                                 VXDecimal, VXDecimal, VXDecimal, VXDate, VXChar};
+
   void Physical(uint64_t budget) {
     uint64_t start = m_made;
     uint64_t dbCount = 1 + budget / 50000;
+    RefARpObject dsn = Make(kTIDARpVariable, "DW_DSN", {}, "Data source name of");
     for (uint64_t d = 0; d < dbCount && m_made - start < budget; ++d) {
-      RefARpObject db = Make(kTIDADatabase, VXString("Retail DW ") + Num(d + 1), {}, "Warehouse");
-      Make(kTIDAConnectionPool, "Connection Pool", db, "Pool of");
+      RefADatabase db(Make(kTIDADatabase, VXString("Retail DW ") + Num(d + 1), {}, "Warehouse"));
+      db->SetTargetType(static_cast<int>(d % 2 ? ServerInfo::kODBC350 : ServerInfo::kODBC200));
+      RefAConnectionPool pool(Make(kTIDAConnectionPool, "Connection Pool", db, "Pool of"));
+      pool->SetDataSourceName("VALUEOF(DW_DSN)");
+      pool->SetDBUserName(VXString("reader_") + Num(d + 1));
+      db->GetConnectionPools().Insert(pool);
       RefARpObject schema = Make(kTIDASchema, "DW", db, "Schema");
       uint64_t perDb = budget / dbCount;
+      RefATable previous;
+      RefATableKey previousKey;
       for (uint64_t t = 0; m_made - start < (d + 1) * perDb && m_made - start < budget; ++t) {
         VXString tname = VXString(Pick(kSubjects)) + "_" + Pick(kKinds) + "_" + Num(t + 1);
         RefATable table(Make(kTIDATable, tname, schema, "Table"));
+        table->SetRowCount(static_cast<double>(m_rng() % 10000000));
         int ncols = 8 + static_cast<int>(m_rng() % 12);
-        std::vector<RefARpObject> cols;
-        for (int c = 0; c < ncols; ++c) cols.push_back(Make(kTIDAColumn, VXString(kColumns[c % 20]) + (c >= 20 ? Num(c) : VXString()), table, "Column"));
-        RefARpObject key = Make(kTIDATableKey, tname + "_PK", table, nullptr);
-        BinaryRelIter<AColumn> keyCols(&m_rp, key.GetID(), kRelTableKeyColumns);
-        keyCols.Insert(cols[0].GetID());
-        BinaryRelIter<AColumn> tableCols(&m_rp, table.GetID(), kRelTableColumns);
-        for (const auto& c : cols) tableCols.Insert(c.GetID());
+        std::vector<RefAColumn> cols;
+        for (int c = 0; c < ncols; ++c) {
+          RefAColumn col(Make(kTIDAColumn, VXString(kColumns[c % 20]) + (c >= 20 ? Num(c) : VXString()), table, "Column"));
+          col->SetTable(table);
+          VXTypeInfo info;
+          info.dataType = kColumnTypes[c % 10];
+          info.precision = info.dataType == VXVarChar ? 80 : info.dataType == VXDecimal ? 12 : 10;
+          info.scale = info.dataType == VXDecimal ? 2 : 0;
+          info.nullable = c > 0;
+          col->SetTypeInfo(info);
+          cols.push_back(col);
+        }
+        RefATableKey key(Make(kTIDATableKey, tname + "_PK", table, nullptr));
+        key->SetTable(table);
+        key->GetColumns().Insert(cols[0]);
+        if (!previous.IsNullRef()) {
+          // Each table points at the one before: a foreign key and a complex join with an expression.
+          RefAForeignKey fk(Make(kTIDAForeignKey, tname + "_FK", table, nullptr));
+          fk->SetContainer(table);
+          fk->GetComponents().Insert(cols[1]);
+          fk->SetTableKey(previousKey);
+          if (t % 5 == 0) {
+            RefAComplexJoin join(Make(kTIDAComplexJoin, tname + "_JOIN", {}, "Join of"));
+            join->GetTables().Insert(table);
+            join->GetTables().Insert(previous);
+            Expr e;
+            VXString err;
+            VXString text = MetadataUtil::GenerateQualifiedName(cols[1]) + " = " +
+                            MetadataUtil::GenerateQualifiedName(previous->GetColumns().Members().front());
+            if (SMEPParse::QORLCreateExprTree(text, e, err, &m_rp, kSME_Physical, nullptr)) {
+              ToPrettyStringVisitor::SetFormatExpr(e, &m_rp, text);
+              join->SetJoinExpr(e);
+            }
+            join->SetJoinCardinality(QORLUtility::k_Many_To_One);
+          }
+        }
+        previous = table;
+        previousKey = key;
       }
     }
   }
