@@ -103,10 +103,11 @@ void LmodClose(VXString& s, std::u32string_view tag) {
   s += S_NEWLINE;
 }
 
-// An expression's rows when it has tokens, or empty ones when empty elements
-// are asked for; nothing otherwise.
+// An expression's rows when it has content, or empty ones when empty
+// elements are asked for; nothing otherwise.
 VXString LmodExpression(ARpGateway* gateway, const Expr& expr, bool bGenerateUpgradeID, int genOptions) {
-  if (expr.Size() == 0 && !(genOptions & kGenEmptyElements)) return VXString();
+  // An expression kept unparsed has no tokens but its text.
+  if (expr.Size() == 0 && !expr.IsUnparsed() && !(genOptions & kGenEmptyElements)) return VXString();
   return QORLUtil::GetExpression(gateway, expr,
                                  ToPrettyStringVisitor::GetFormatExpr(expr, gateway, true, true, false, false, false),
                                  bGenerateUpgradeID, genOptions);
@@ -300,8 +301,14 @@ VXString QORLUtil::GetRoleXMLOpenTag(const ARole& role, int genOptions) {
 }
 
 bool QORLUtil::AreLogicalJoinRolesReachable(const ARelationship& join) {
-  for (BinaryRelIter<ARole> it = join.GetRoles(); !it.AtEnd(); ++it)
-    if (it.GetArgObjRef(1).IsNullRef()) return false;
+  for (BinaryRelIter<ARole> it = join.GetRoles(); !it.AtEnd(); ++it) {
+    RefARole role = it.GetObjRef();
+    if (role.IsNullRef()) return false;
+    // The store drops a deleted role from its join, but not the entity it
+    // names: a role whose entity is gone counts as gone too.
+    const RoleProps* props = join.FindRoleProps(role.GetID());
+    if (props && !props->entity.IsNullID() && !ARoleAccess::GetParticipatingEntity(*role)) return false;
+  }
   return true;
 }
 

@@ -38,8 +38,8 @@ VXString GetLogicalColumnAttributeDefnXMLElements(ARpGateway* gateway, const AAt
                                                   bool bGenerateUpgradeID, int genOptions);
 // The open tag of a Role, with its attributes.
 VXString GetRoleXMLOpenTag(const ARole& role, int genOptions);
-// False when a role of the join cannot be fetched: such a join has no
-// element in a document.
+// False when a role of the join, or the entity a role names, cannot be
+// fetched: such a join has no element in a document.
 bool AreLogicalJoinRolesReachable(const ARelationship& join);
 
 }  // namespace QORLUtil

@@ -10,6 +10,14 @@ constexpr RelDesc kRelDescs[] = {
 #include "store/relations.def"
 #undef QORL_RELATION
 };
+constexpr bool RelationNumbersAreUnique() {
+  for (size_t i = 0; i < std::size(kRelDescs); ++i)
+    for (size_t j = i + 1; j < std::size(kRelDescs); ++j)
+      if (kRelDescs[i].id == kRelDescs[j].id) return false;
+  return true;
+}
+static_assert(RelationNumbersAreUnique(), "two relations share a number: each family keeps to its own range");
+
 }  // namespace
 
 const RelDesc* FindRelDesc(RelID id) {
