@@ -129,10 +129,13 @@ class Builder {
     RefARpObject bm;
     for (uint64_t t = 0; m_made - start < budget; ++t) {
       if (t % 200 == 0) bm = Make(kTIDASubjectArea, VXString("Retail Analytics ") + Num(t / 200 + 1), {}, "Business model");
-      RefARpObject lt = Make(kTIDALogicalTable, VXString(Pick(kSubjects)) + " " + Num(t + 1), bm, "Logical table");
+      RefALogicalTable lt(Make(kTIDALogicalTable, VXString(Pick(kSubjects)) + " " + Num(t + 1), bm, "Logical table"));
+      lt->SetSubjectArea(bm);
       int ncols = 5 + static_cast<int>(m_rng() % 8);
-      for (int c = 0; c < ncols && m_made - start < budget; ++c)
-        Make(kTIDAAttribute, VXString(Pick(kNouns)) + " " + Num(c + 1), lt, "Measure");
+      for (int c = 0; c < ncols && m_made - start < budget; ++c) {
+        RefAAttribute col(Make(kTIDAAttribute, VXString(Pick(kNouns)) + " " + Num(c + 1), lt, "Measure"));
+        col->SetLogicalTable(lt);
+      }
     }
   }
 
