@@ -5,6 +5,7 @@
 #include "gen/attr.h"
 #include "gen/elements.h"
 #include "gen/fragments.h"
+#include "gen/logical_sources.h"
 #include "gen/output.h"
 #include "model/registry_objects.h"
 #include "model/typenames.h"
@@ -187,7 +188,7 @@ void QORLGenerator::GenerateDeclareQORLForObjects(const RpObjectVector& rpDeclar
         QORLUtil::HandleErrorMessage(e, errorMsgString);
       }
     }
-    // The column mapping section of logical table sources arrives with them.
+    PrintColumnMappingSection(*this, sorted, errorMsgString);
   }
   Print(S_OPEN_CLOSING_TAG); Print(TAG_DECLARE); Print(S_GT); Print(S_NEWLINE);
 }

@@ -72,7 +72,8 @@ class LsrcRelay {
 
 // What the handlers of this family share: the common attributes kept for the
 // attribute rows, the description, relaying to child handlers, unknown
-// children. Derived handlers take their own children in StartOwn.
+// children. Derived handlers take their own children in StartOwn; none has
+// text of its own.
 class LsrcHandler : public QORLObject {
  public:
   using QORLObject::QORLObject;
@@ -92,7 +93,7 @@ class LsrcHandler : public QORLObject {
 
   void characters(std::u32string_view text) override {
     if (m_parsingState == kRelaying) return m_relay.Characters(text);
-    if (!HandleCommonCharacters(text)) CharactersOwn(text);
+    HandleCommonCharacters(text);
   }
 
   void endElement(const VXString& tag) override {
@@ -114,7 +115,6 @@ class LsrcHandler : public QORLObject {
   virtual void StartSelf(const NameValuePairs& attrs) {}
   // A child of the element (or of one of its own states): true when taken.
   virtual bool StartOwn(const VXString& tag, const NameValuePairs& attrs) = 0;
-  virtual void CharactersOwn(std::u32string_view text) {}
   // The end of an element of one of the handler's own states.
   virtual void EndOwn(const VXString& tag) { m_parsingState = psInObject; }
 

@@ -104,7 +104,7 @@ class Builder {
           fk->GetComponents().Insert(cols[1]);
           fk->SetTableKey(previousKey);
           if (t % 5 == 0) {
-            RefAComplexJoin join(Make(kTIDAComplexJoin, tname + "_JOIN", {}, "Join of"));
+            RefAComplexJoin join(Make(kTIDAComplexJoin, tname + "_JOIN_" + Num(d + 1), {}, "Join of"));
             join->GetTables().Insert(table);
             join->GetTables().Insert(previous);
             Expr e;
