@@ -54,6 +54,19 @@ TEST(Examples, TheRetailSampleComesBackWithEveryAttribute) {
     }
   }
   EXPECT_GT(checked, 100u);
+  // Loaded again into a second repository, the document comes out the same.
+  auto second = ARpGateway::CreateInMemory("second");
+  ASSERT_TRUE(QORLParser::ExecuteTransactionalXML(second.get(), {out}, {"sample"}, err, warnings, c, m, d,
+                                                  QORLParser::QORLText, true, true, false, false, false, false, true))
+      << [&] { VXString t; err.RetrieveErrorMessages(t); return t.ToUTF8(); }();
+  VXString again;
+  ASSERT_TRUE(QORLGenerator::GenerateQORL(second.get(), genErr, again, {}, false, false, true, false,
+                                          QORLScriptGenerateEverything, false, false));
+  auto normal = [](const std::string& t) {
+    std::string s = std::regex_replace(t, std::regex(" (parentId|id)=\"[^\"]*\""), "");
+    return std::regex_replace(s, std::regex("\"AES256 [^\"]*\""), "\"(secret)\"");
+  };
+  EXPECT_EQ(normal(again.ToUTF8()), normal(text));
   // The pool's password came in as hexadecimal and goes out encrypted with the repository's key.
   RefAConnectionPool pool(rp->FindByQualifiedName(kTIDAConnectionPool, {"Retail DW", "DW Pool"}));
   ASSERT_FALSE(pool.IsNullRef());
