@@ -3,6 +3,8 @@
 // survives a trip through another repository.
 #include <gtest/gtest.h>
 
+#include "support/repo_fixture.h"
+
 #include <fstream>
 #include <regex>
 
@@ -20,49 +22,15 @@
 namespace qorl {
 namespace {
 
-const std::string kLmodHead =
-    "<?xml version='1.0' encoding='UTF-8'?>\n"
-    "<Repository xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\">\n";
-
-VXUpgradeID LmodUid(int n) {
-  char buf[40];
-  std::snprintf(buf, sizeof buf, "00000000-0000-4000-8000-%012d", n);
-  VXUpgradeID u;
-  TKSGUIDGenerator::VXStringToGUIDByteVector(u, buf);
-  return u;
-}
-
-std::string LmodDoc(const std::string& declare) {
-  return kLmodHead + "<DECLARE>\n" + declare + "</DECLARE>\n</Repository>\n";
-}
-
-// Store ids differ between repositories; nothing else may.
-std::string LmodWithoutIds(const std::string& doc) {
-  return std::regex_replace(doc, std::regex(" (parentId|id)=\"[^\"]*\""), "");
-}
-
-struct LmodLoadResult {
-  bool ok = false;
-  ErrorMessage err;
-  VoidIDVector created, modified, deleted;
-  std::string Text() const {
-    VXString t;
-    err.RetrieveErrorMessages(t);
-    return t.ToUTF8();
-  }
-};
+using LmodLoadResult = test::LoadResult;
+constexpr auto& LmodUid = test::Uid;
+constexpr auto& LmodDoc = test::DeclareDoc;
+constexpr auto& LmodWithoutIds = test::WithoutIds;
 
 // A repository holding only what a test makes, with fixed ids and uids.
-struct LmodStore {
-  LmodStore() : rp(ARpGateway::CreateInMemory()) {
-    RpObjectVector builtIn;
-    rp->ForEachObject([&](ARpObject* o) { builtIn.emplace_back(o); });
-    for (const auto& o : builtIn) rp->DeleteObject(o.GetID());
-  }
-  RefARpObject Make(TypeID type, uint32_t num, const char* name, const RefARpObject& parent = {}) {
-    RefARpObject o = rp->CreateObject(type, VoidID(type, UniqueNum(num)));
-    o->SetName(name);
-    o->SetUpgradeID(LmodUid(static_cast<int>(num)));
+struct LmodStore : test::RepoFixture {
+ protected:
+  void Link(const RefARpObject& o, const RefARpObject& parent) override {
     if (RefAColumn c(o); c)
       c->SetTable(parent);
     else if (RefAAttribute a(o); a)
@@ -73,45 +41,7 @@ struct LmodStore {
       f->SetContainerEntity(parent);
     else if (!parent.IsNullRef())
       MetadataUtil::SetParent(o, parent);
-    return o;
   }
-  // The same object (type, name, uid, parent by uid) in this store.
-  RefARpObject Mirror(const RefARpObject& o) {
-    RefARpObject m = rp->CreateObject(o->GetTypeID());
-    m->SetName(o->GetName());
-    m->SetUpgradeID(o->UpgradeID());
-    RefARpObject parent = o->GetParent();
-    if (!parent.IsNullRef()) MetadataUtil::SetParent(m, rp->FindByUpgradeID(parent->UpgradeID()));
-    return m;
-  }
-  std::string Text(const RpObjectVector& decl, int options = kGenFooter) {
-    VXString out, err;
-    EXPECT_TRUE(QORLGenerator::GenerateQORLTextForObjectVector(rp.get(), decl, {}, err, out, options)) << err.ToUTF8();
-    return out.ToUTF8();
-  }
-  // The objects of another store's list, found here by uid.
-  std::string TextOf(const RpObjectVector& others, int options = kGenFooter) {
-    RpObjectVector mine;
-    for (const RefARpObject& o : others) mine.push_back(rp->FindByUpgradeID(o->UpgradeID()));
-    return Text(mine, options);
-  }
-  LmodLoadResult Load(const std::string& text, bool ignoreErrors = false) {
-    LmodLoadResult r;
-    VXString warnings;
-    r.ok = QORLParser::ExecuteTransactionalXML(rp.get(), {VXString(text)}, {}, r.err, warnings, r.created, r.modified,
-                                               r.deleted, QORLParser::QORLText, true, true, ignoreErrors, false, false,
-                                               false, false);
-    return r;
-  }
-  template <class T>
-  Ref<T> Find(TypeID type, const QualifiedName& q) {
-    return Ref<T>(rp->FindByQualifiedName(type, q));
-  }
-  template <class T>
-  Ref<T> Same(const RefARpObject& other) {
-    return Ref<T>(rp->FindByUpgradeID(other->UpgradeID()));
-  }
-  std::unique_ptr<ARpGateway> rp;
 };
 
 Expr LmodExpr(ARpGateway* rp, const char* text, ExprType type) {
@@ -121,26 +51,13 @@ Expr LmodExpr(ARpGateway* rp, const char* text, ExprType type) {
   return e;
 }
 
-// Writes `decl` from `src`, loads the text into `dst`, writes the same
-// objects again: the two texts must agree but for store ids.
 void LmodExpectRoundTrip(LmodStore& src, LmodStore& dst, const RpObjectVector& decl, int options) {
-  std::string first = src.Text(decl, options);
-  LmodLoadResult r = dst.Load(first);
-  ASSERT_TRUE(r.ok) << r.Text();
-  std::string second = dst.TextOf(decl, options);
-  if (LmodWithoutIds(first) != LmodWithoutIds(second)) {
-    std::ofstream("/tmp/qorl_lmod_first.xml") << first;
-    std::ofstream("/tmp/qorl_lmod_second.xml") << second;
-    ADD_FAILURE() << "documents differ: diff /tmp/qorl_lmod_first.xml /tmp/qorl_lmod_second.xml";
-  }
+  test::ExpectRoundTrip(src, dst, decl, options, "lmod");
 }
 
 template <class Obj>
 void LmodExpectAllRowsWritten(std::span<const AttrRow<Obj>> rows, const std::string& text) {
-  for (const AttrRow<Obj>& r : rows) {
-    std::string name = VXString(r.name).ToUTF8();
-    EXPECT_NE(text.find(" " + name + "=\""), std::string::npos) << name;
-  }
+  test::ExpectAllRowsWritten(rows, text);
 }
 
 template <class T>

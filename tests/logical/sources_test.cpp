@@ -3,6 +3,8 @@
 // it, and that a document survives a trip through another repository.
 #include <gtest/gtest.h>
 
+#include "support/repo_fixture.h"
+
 #include <fstream>
 #include <regex>
 
@@ -20,100 +22,13 @@
 namespace qorl {
 namespace {
 
-const std::string kLsrcHead =
-    "<?xml version='1.0' encoding='UTF-8'?>\n"
-    "<Repository xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\">\n";
-
-VXUpgradeID LsrcUid(int n) {
-  char buf[40];
-  std::snprintf(buf, sizeof buf, "00000000-0000-4000-8000-%012d", n);
-  VXUpgradeID u;
-  TKSGUIDGenerator::VXStringToGUIDByteVector(u, buf);
-  return u;
-}
-
-std::string LsrcDoc(const std::string& declare) {
-  return kLsrcHead + "<DECLARE>\n" + declare + "</DECLARE>\n</Repository>\n";
-}
-
-// Store ids differ between repositories; nothing else may.
-std::string LsrcWithoutIds(const std::string& doc) {
-  return std::regex_replace(doc, std::regex(" (parentId|id)=\"[^\"]*\""), "");
-}
-
-struct LsrcLoadResult {
-  bool ok = false;
-  ErrorMessage err;
-  std::string Text() const {
-    VXString t;
-    err.RetrieveErrorMessages(t);
-    return t.ToUTF8();
-  }
-};
+using LsrcLoadResult = test::LoadResult;
+constexpr auto& LsrcUid = test::Uid;
+constexpr auto& LsrcDoc = test::DeclareDoc;
+constexpr auto& LsrcWithoutIds = test::WithoutIds;
 
 // A repository holding only what a test makes, with fixed ids and uids.
-struct LsrcStore {
-  LsrcStore() : rp(ARpGateway::CreateInMemory()) {
-    RpObjectVector builtIn;
-    rp->ForEachObject([&](ARpObject* o) { builtIn.emplace_back(o); });
-    for (const auto& o : builtIn) rp->DeleteObject(o.GetID());
-  }
-  RefARpObject Make(TypeID type, uint32_t num, const char* name, const RefARpObject& parent = {}) {
-    RefARpObject o = rp->CreateObject(type, VoidID(type, UniqueNum(num)));
-    o->SetName(name);
-    o->SetUpgradeID(LsrcUid(static_cast<int>(num)));
-    if (!parent.IsNullRef()) MetadataUtil::SetParent(o, parent);
-    return o;
-  }
-  // The same object (type, name, uid, parent by uid) in this store.
-  RefARpObject Mirror(const RefARpObject& o) {
-    RefARpObject m = rp->CreateObject(o->GetTypeID());
-    m->SetName(o->GetName());
-    m->SetUpgradeID(o->UpgradeID());
-    RefARpObject parent = o->GetParent();
-    if (!parent.IsNullRef()) MetadataUtil::SetParent(m, rp->FindByUpgradeID(parent->UpgradeID()));
-    return m;
-  }
-  RefARpObject Here(const RefARpObject& other) { return rp->FindByUpgradeID(other->UpgradeID()); }
-  // The document of `decl`; with kGenColMapping the mapping section of the
-  // sources among them stands behind the objects.
-  std::string Text(const RpObjectVector& decl, int options = kGenFooter) {
-    VXString out, err;
-    EXPECT_TRUE(QORLGenerator::GenerateQORLTextForObjectVector(rp.get(), decl, {}, err, out, options & ~kGenColMapping))
-        << err.ToUTF8();
-    std::string text = out.ToUTF8();
-    if (!(options & kGenColMapping)) return text;
-    VXString section;
-    QORLGenerator gen(rp.get(), nullptr, VXString(), section, false, false, true, true, false, false, false, false,
-                      false);
-    gen.SetGenerateOptions(options);
-    PrintColumnMappingSection(gen, decl, err);
-    EXPECT_TRUE(err.empty()) << err.ToUTF8();
-    size_t end = text.rfind("</DECLARE>");
-    return end == std::string::npos ? text : text.insert(end, section.ToUTF8());
-  }
-  // The objects of another store's list, found here by uid.
-  std::string TextOf(const RpObjectVector& others, int options = kGenFooter) {
-    RpObjectVector mine;
-    for (const RefARpObject& o : others) mine.push_back(Here(o));
-    return Text(mine, options);
-  }
-  LsrcLoadResult Load(const std::string& text, bool ignoreErrors = false, bool fineGrained = false) {
-    LsrcLoadResult r;
-    VXString warnings;
-    VoidIDVector created, modified, deleted;
-    r.ok = QORLParser::ExecuteTransactionalXML(rp.get(), {VXString(text)}, {}, r.err, warnings, created, modified,
-                                               deleted, QORLParser::QORLText, true, true, ignoreErrors, false,
-                                               fineGrained, false, false);
-    return r;
-  }
-  Expr Parse(const char* text, ExprType type) {
-    Expr e;
-    VXString err;
-    EXPECT_TRUE(SMEPParse::QORLCreateExprTree(VXString(text), e, err, rp.get(), type, nullptr)) << err.ToUTF8();
-    return e;
-  }
-  std::unique_ptr<ARpGateway> rp;
+struct LsrcStore : test::RepoFixture {
 };
 
 // The logical and physical objects the elements of this family refer to: a
@@ -154,26 +69,13 @@ std::string LsrcCat(std::initializer_list<std::string> parts) {
   return s;
 }
 
-// Writes `decl` from `src`, loads the text into `dst`, writes the same
-// objects again: the two texts must agree but for store ids.
 void LsrcExpectRoundTrip(LsrcStore& src, LsrcStore& dst, const RpObjectVector& decl, int options) {
-  std::string first = src.Text(decl, options);
-  LsrcLoadResult r = dst.Load(first);
-  ASSERT_TRUE(r.ok) << r.Text();
-  std::string second = dst.TextOf(decl, options);
-  if (LsrcWithoutIds(first) != LsrcWithoutIds(second)) {
-    std::ofstream("/tmp/qorl_lsrc_first.xml") << first;
-    std::ofstream("/tmp/qorl_lsrc_second.xml") << second;
-    ADD_FAILURE() << "documents differ: diff /tmp/qorl_lsrc_first.xml /tmp/qorl_lsrc_second.xml";
-  }
+  test::ExpectRoundTrip(src, dst, decl, options, "lsrc");
 }
 
 template <class Obj>
 void LsrcExpectAllRowsWritten(std::span<const AttrRow<Obj>> rows, const std::string& text) {
-  for (const AttrRow<Obj>& r : rows) {
-    std::string name = VXString(r.name).ToUTF8();
-    EXPECT_NE(text.find(" " + name + "=\""), std::string::npos) << name;
-  }
+  test::ExpectAllRowsWritten(rows, text);
 }
 
 // A source with two joins, mappings, a filter and contents; a measure with a

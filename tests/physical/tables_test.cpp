@@ -3,6 +3,8 @@
 // through another repository.
 #include <gtest/gtest.h>
 
+#include "support/repo_fixture.h"
+
 #include <fstream>
 #include <regex>
 
@@ -19,88 +21,20 @@
 namespace qorl {
 namespace {
 
-const std::string kPtabHead =
-    "<?xml version='1.0' encoding='UTF-8'?>\n"
-    "<Repository xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\">\n";
-
-VXUpgradeID PtabUid(int n) {
-  char buf[40];
-  std::snprintf(buf, sizeof buf, "00000000-0000-4000-8000-%012d", n);
-  VXUpgradeID u;
-  TKSGUIDGenerator::VXStringToGUIDByteVector(u, buf);
-  return u;
-}
-
-std::string PtabDoc(const std::string& declare) {
-  return kPtabHead + "<DECLARE>\n" + declare + "</DECLARE>\n</Repository>\n";
-}
-
-// Store ids differ between repositories; nothing else may.
-std::string PtabWithoutIds(const std::string& doc) {
-  return std::regex_replace(doc, std::regex(" (parentId|id)=\"[^\"]*\""), "");
-}
-
-struct PtabLoadResult {
-  bool ok = false;
-  ErrorMessage err;
-  std::string Text() const {
-    VXString t;
-    err.RetrieveErrorMessages(t);
-    return t.ToUTF8();
-  }
-};
+using PtabLoadResult = test::LoadResult;
+constexpr auto& PtabUid = test::Uid;
+constexpr auto& PtabDoc = test::DeclareDoc;
+constexpr auto& PtabWithoutIds = test::WithoutIds;
 
 // A repository holding only what a test makes, with fixed ids and uids.
-struct PtabStore {
-  PtabStore() : rp(ARpGateway::CreateInMemory()) {
-    RpObjectVector builtIn;
-    rp->ForEachObject([&](ARpObject* o) { builtIn.emplace_back(o); });
-    for (const auto& o : builtIn) rp->DeleteObject(o.GetID());
-  }
-  RefARpObject Make(TypeID type, uint32_t num, const char* name, const RefARpObject& parent = {}) {
-    RefARpObject o = rp->CreateObject(type, VoidID(type, UniqueNum(num)));
-    o->SetName(name);
-    o->SetUpgradeID(PtabUid(static_cast<int>(num)));
+struct PtabStore : test::RepoFixture {
+ protected:
+  void Link(const RefARpObject& o, const RefARpObject& parent) override {
     if (RefAColumn c(o); c)
       c->SetTable(parent);
     else if (!parent.IsNullRef())
       MetadataUtil::SetParent(o, parent);
-    return o;
   }
-  // The same object (type, name, uid, parent by uid) in this store.
-  RefARpObject Mirror(const RefARpObject& o) {
-    RefARpObject m = rp->CreateObject(o->GetTypeID());
-    m->SetName(o->GetName());
-    m->SetUpgradeID(o->UpgradeID());
-    RefARpObject parent = o->GetParent();
-    if (!parent.IsNullRef()) MetadataUtil::SetParent(m, rp->FindByUpgradeID(parent->UpgradeID()));
-    return m;
-  }
-  std::string Text(const RpObjectVector& decl, int options = kGenFooter) {
-    VXString out, err;
-    EXPECT_TRUE(QORLGenerator::GenerateQORLTextForObjectVector(rp.get(), decl, {}, err, out, options)) << err.ToUTF8();
-    return out.ToUTF8();
-  }
-  // The objects of another store's list, found here by uid.
-  std::string TextOf(const RpObjectVector& others, int options = kGenFooter) {
-    RpObjectVector mine;
-    for (const RefARpObject& o : others) mine.push_back(rp->FindByUpgradeID(o->UpgradeID()));
-    return Text(mine, options);
-  }
-  PtabLoadResult Load(const std::string& text, bool ignoreErrors = false) {
-    PtabLoadResult r;
-    VXString warnings;
-    VoidIDVector created, modified, deleted;
-    r.ok =
-        QORLParser::ExecuteTransactionalXML(rp.get(), {VXString(text)}, {}, r.err, warnings, created, modified, deleted,
-                                            QORLParser::QORLText, true, true, ignoreErrors, false, false, false, false);
-    return r;
-  }
-  template <class T>
-  Ref<T> Find(TypeID type, const QualifiedName& q) {
-    return Ref<T>(rp->FindByQualifiedName(type, q));
-  }
-  std::unique_ptr<ARpGateway> rp;
 };
 
 Expr PtabExpr(ARpGateway* rp, const char* text) {
@@ -110,18 +44,8 @@ Expr PtabExpr(ARpGateway* rp, const char* text) {
   return e;
 }
 
-// Writes `decl` from `src`, loads the text into `dst`, writes the same
-// objects again: the two texts must agree but for store ids.
 void PtabExpectRoundTrip(PtabStore& src, PtabStore& dst, const RpObjectVector& decl, int options) {
-  std::string first = src.Text(decl, options);
-  PtabLoadResult r = dst.Load(first);
-  ASSERT_TRUE(r.ok) << r.Text();
-  std::string second = dst.TextOf(decl, options);
-  if (PtabWithoutIds(first) != PtabWithoutIds(second)) {
-    std::ofstream("/tmp/qorl_ptab_first.xml") << first;
-    std::ofstream("/tmp/qorl_ptab_second.xml") << second;
-    ADD_FAILURE() << "documents differ: diff /tmp/qorl_ptab_first.xml /tmp/qorl_ptab_second.xml";
-  }
+  test::ExpectRoundTrip(src, dst, decl, options, "ptab");
 }
 
 template <class Obj>
