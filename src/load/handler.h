@@ -155,6 +155,41 @@ class QORLObject : public QORLObjectStub {
   QORLUnknownElementHandler m_unknownHandler;
 };
 
+// Hands the events of one child element, and of everything in it, to a child
+// handler (an expression, the join graph, a nested mapping). A wrapped child
+// element is a wrapper whose own start and end the child does not see
+// ("WhereClause" around an expression); otherwise the child gets the element
+// itself ("Expr", "Link").
+class ChildRelay {
+ public:
+  void Open(QORLObject* child, bool wrapped, int16_t returnState) {
+    m_child = child;
+    m_wrapped = wrapped;
+    m_depth = 0;
+    m_returnState = returnState;
+  }
+  void Start(const VXString& tag, const NameValuePairs& attrs) {
+    ++m_depth;
+    m_child->startElement(tag, attrs);
+  }
+  void Characters(std::u32string_view text) {
+    if (m_depth > 0) m_child->characters(text);
+  }
+  // True when the relayed element has ended.
+  bool End(const VXString& tag) {
+    if (m_depth == 0) return true;  // the wrapper's own end
+    m_child->endElement(tag);
+    return --m_depth == 0 && !m_wrapped;
+  }
+  int16_t ReturnState() const { return m_returnState; }
+
+ private:
+  QORLObject* m_child = nullptr;
+  bool m_wrapped = false;
+  int m_depth = 0;
+  int16_t m_returnState = psInObject;
+};
+
 // Any element whose family has no handler of its own yet: the common
 // attributes, the description, the parent.
 class QORLGenericObjectHandler : public QORLObject {

@@ -295,61 +295,40 @@ class QORLLogicalColumnHandler : public LmodHandler {
   // Expr, ExprText and Objects stand in the column itself; the second
   // expression has the AttributeDefn wrapper. Each goes to its reader while open.
   bool StartOwn(const VXString& tag, const NameValuePairs& attrs) override {
-    switch (m_parsingState) {
-      case psInObject:
-        if (tag == TAG_EXPR || tag == TAG_EXPR_TEXT || tag == TAG_OBJECTS) {
-          m_depth = 1;
-          m_exprHandler.startElement(tag, attrs);
-          return To(kInExpr);
-        }
-        if (tag == TAG_ATTRIBUTE_DEFN) {
-          m_depth = 0;
-          return To(kInAttributeDefn);
-        }
-        return false;
-      case kInExpr:
-        ++m_depth;
-        m_exprHandler.startElement(tag, attrs);
-        return true;
-      case kInAttributeDefn:
-        ++m_depth;
-        m_attrDefnExprHandler.startElement(tag, attrs);
-        return true;
-      default:
-        return false;
+    if (m_parsingState == kInExpression) {
+      m_relay.Start(tag, attrs);
+      return true;
     }
+    if (m_parsingState != psInObject) return false;
+    if (tag == TAG_EXPR || tag == TAG_EXPR_TEXT || tag == TAG_OBJECTS) {
+      m_relay.Open(&m_exprHandler, false, psInObject);
+      m_relay.Start(tag, attrs);
+    } else if (tag == TAG_ATTRIBUTE_DEFN) {
+      m_relay.Open(&m_attrDefnExprHandler, true, psInObject);
+    } else {
+      return false;
+    }
+    m_parsingState = kInExpression;
+    return true;
   }
 
   void CharactersOwn(std::u32string_view text) override {
-    if (m_parsingState == kInExpr)
-      m_exprHandler.characters(text);
-    else if (m_parsingState == kInAttributeDefn && m_depth > 0)
-      m_attrDefnExprHandler.characters(text);
+    if (m_parsingState == kInExpression) m_relay.Characters(text);
   }
 
   void EndOwn(const VXString& tag) override {
-    if (m_parsingState == kInExpr) {
-      m_exprHandler.endElement(tag);
-      if (--m_depth == 0) m_parsingState = psInObject;
-    } else if (m_parsingState == kInAttributeDefn) {
-      if (m_depth == 0) {
-        m_parsingState = psInObject;
-        return;
-      }
-      m_attrDefnExprHandler.endElement(tag);
-      --m_depth;
-    }
+    if (m_parsingState == kInExpression && m_relay.End(tag)) m_parsingState = m_relay.ReturnState();
   }
 
  private:
   enum : size_t { kCustomSortOrder = 0, kDescriptorID = 1 };
   enum : size_t { kLevels = 0 };
-  enum : int16_t { kInExpr = kFirstOwnState, kInAttributeDefn };
+  enum : int16_t { kInExpression = kFirstOwnState };
 
   QORLObjectStub* m_pParent = nullptr;
   QORLExpressionHandler m_exprHandler{m_pGateway, m_pManager, TAG_EXPR};
   QORLExpressionHandler m_attrDefnExprHandler{m_pGateway, m_pManager, TAG_ATTRIBUTE_DEFN};
-  int m_depth = 0;
+  ChildRelay m_relay;
 };
 
 // ---- LogicalKey --------------------------------------------------------------------

@@ -35,41 +35,6 @@ VXString LsrcGuid(const VXUpgradeID& uid) {
   return t.empty() ? VXString(S_ERROR) : t;
 }
 
-// Hands the events of one child element, and of everything in it, to a child
-// handler (an expression, the join graph, a nested mapping). A wrapped child
-// element is a wrapper whose own start and end the child does not see
-// ("WhereClause" around an expression); otherwise the child gets the element
-// itself ("Expr", "Link").
-class LsrcRelay {
- public:
-  void Open(QORLObject* child, bool wrapped, int16_t returnState) {
-    m_child = child;
-    m_wrapped = wrapped;
-    m_depth = 0;
-    m_returnState = returnState;
-  }
-  void Start(const VXString& tag, const NameValuePairs& attrs) {
-    ++m_depth;
-    m_child->startElement(tag, attrs);
-  }
-  void Characters(std::u32string_view text) {
-    if (m_depth > 0) m_child->characters(text);
-  }
-  // True when the relayed element has ended.
-  bool End(const VXString& tag) {
-    if (m_depth == 0) return true;  // the wrapper's own end
-    m_child->endElement(tag);
-    return --m_depth == 0 && !m_wrapped;
-  }
-  int16_t ReturnState() const { return m_returnState; }
-
- private:
-  QORLObject* m_child = nullptr;
-  bool m_wrapped = false;
-  int m_depth = 0;
-  int16_t m_returnState = psInObject;
-};
-
 // What the handlers of this family share: the common attributes kept for the
 // attribute rows, the description, relaying to child handlers, unknown
 // children. Derived handlers take their own children in StartOwn; none has
@@ -155,7 +120,7 @@ class LsrcHandler : public QORLObject {
   }
 
   NameValuePairs m_attrs;
-  LsrcRelay m_relay;
+  ChildRelay m_relay;
 };
 
 // ---- join graph ---------------------------------------------------------------------

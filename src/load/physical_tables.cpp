@@ -499,60 +499,37 @@ class QORLComplexJoinHandler : public PtabHandler {
   // Expr, ExprText and Objects stand in the join itself; the external
   // expression has a wrapper of its own. Each goes to its reader while open.
   bool StartOwn(const VXString& tag, const NameValuePairs& attrs) override {
-    switch (m_parsingState) {
-      case psInObject:
-        if (tag == TAG_EXPR || tag == TAG_EXPR_TEXT || tag == TAG_OBJECTS) {
-          m_parsingState = kInJoinExpr;
-          m_depth = 1;
-          m_joinExpr.startElement(tag, attrs);
-          return true;
-        }
-        if (tag == TAG_EXTERNAL_EXPR) {
-          m_parsingState = kInExternalExpr;
-          m_depth = 0;
-          return true;
-        }
-        return false;
-      case kInJoinExpr:
-        ++m_depth;
-        m_joinExpr.startElement(tag, attrs);
-        return true;
-      case kInExternalExpr:
-        ++m_depth;
-        m_externalExpr.startElement(tag, attrs);
-        return true;
-      default:
-        return false;
+    if (m_parsingState == kInExpression) {
+      m_relay.Start(tag, attrs);
+      return true;
     }
+    if (m_parsingState != psInObject) return false;
+    if (tag == TAG_EXPR || tag == TAG_EXPR_TEXT || tag == TAG_OBJECTS) {
+      m_relay.Open(&m_joinExpr, false, psInObject);
+      m_relay.Start(tag, attrs);
+    } else if (tag == TAG_EXTERNAL_EXPR) {
+      m_relay.Open(&m_externalExpr, true, psInObject);
+    } else {
+      return false;
+    }
+    m_parsingState = kInExpression;
+    return true;
   }
 
   void CharactersOwn(std::u32string_view text) override {
-    if (m_parsingState == kInJoinExpr)
-      m_joinExpr.characters(text);
-    else if (m_parsingState == kInExternalExpr && m_depth > 0)
-      m_externalExpr.characters(text);
+    if (m_parsingState == kInExpression) m_relay.Characters(text);
   }
 
   void EndOwn(const VXString& tag) override {
-    if (m_parsingState == kInJoinExpr) {
-      m_joinExpr.endElement(tag);
-      if (--m_depth == 0) m_parsingState = psInObject;
-    } else if (m_parsingState == kInExternalExpr) {
-      if (m_depth == 0) {
-        m_parsingState = psInObject;
-        return;
-      }
-      m_externalExpr.endElement(tag);
-      --m_depth;
-    }
+    if (m_parsingState == kInExpression && m_relay.End(tag)) m_parsingState = m_relay.ReturnState();
   }
 
  private:
-  enum : int16_t { kInJoinExpr = kFirstOwnState, kInExternalExpr };
+  enum : int16_t { kInExpression = kFirstOwnState };
 
   QORLExpressionHandler m_joinExpr{m_pGateway, m_pManager};
   QORLExpressionHandler m_externalExpr{m_pGateway, m_pManager, TAG_EXTERNAL_EXPR};
-  int m_depth = 0;
+  ChildRelay m_relay;
 };
 
 template <class H>
