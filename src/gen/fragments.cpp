@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <unordered_map>
 
-#include "gen/attr.h"
+#include "model/attr_text.h"
 #include "gen/generator.h"
 #include "model/registry.h"
-#include "model/registry_objects.h"
+#include "store/registry_objects.h"
 #include "model/vocabulary.h"
 #include "platform/error.h"
 #include "platform/guid.h"

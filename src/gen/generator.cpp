@@ -2,12 +2,12 @@
 
 #include <unordered_set>
 
-#include "gen/attr.h"
+#include "model/attr_text.h"
 #include "gen/elements.h"
 #include "gen/fragments.h"
 #include "gen/logical_sources.h"
 #include "gen/output.h"
-#include "model/registry_objects.h"
+#include "store/registry_objects.h"
 #include "model/typenames.h"
 #include "model/vocabulary.h"
 #include "platform/error.h"

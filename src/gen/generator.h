@@ -117,7 +117,7 @@ class QORLGenerator : public AMetadataVisitor {
 #define QORL_CLASS_NOVISIT(C)
 #define QORL_CLASS_VISIT(C) void Visit(const Ref<C>& o) override { WriteElement(o); }
 #define QORL_CLASS(C, B, N, K) QORL_CLASS_##K(C)
-#include "store/classes.def"
+#include "model/classes.def"
 #undef QORL_CLASS
 #undef QORL_CLASS_VISIT
 #undef QORL_CLASS_NOVISIT

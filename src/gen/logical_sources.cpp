@@ -3,7 +3,7 @@
 
 #include <limits>
 
-#include "gen/attr.h"
+#include "model/attr_text.h"
 #include "gen/elements.h"
 #include "gen/fragments.h"
 #include "gen/generator.h"

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <string>
 
-#include "qorl/vxstring.h"
+#include "platform/vxstring.h"
 
 namespace qorl {
 

@@ -8,7 +8,7 @@
 
 #include "load/xml_reader.h"
 #include "model/registry.h"
-#include "model/registry_objects.h"
+#include "store/registry_objects.h"
 #include "model/typenames.h"
 #include "model/vocabulary.h"
 #include "platform/datablob.h"

@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "qorl/vxstring.h"
+#include "platform/vxstring.h"
 
 namespace qorl {
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "qorl/vxstring.h"
+#include "platform/vxstring.h"
 
 XERCES_CPP_NAMESPACE_BEGIN
 class ContentHandler;

@@ -1,6 +1,6 @@
 #include "model/attr_table.h"
 
-#include "gen/attr.h"
+#include "model/attr_text.h"
 #include "platform/strutil.h"
 
 namespace qorl {

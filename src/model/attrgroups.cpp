@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "gen/attr.h"
+#include "model/attr_text.h"
 #include "model/vocabulary.h"
 #include "platform/error.h"
 #include "platform/strutil.h"

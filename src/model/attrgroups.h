@@ -9,7 +9,7 @@
 
 #include "model/datatypes.h"
 #include "platform/datetime.h"
-#include "qorl/vxstring.h"
+#include "platform/vxstring.h"
 
 namespace qorl::QORLUtil {
 

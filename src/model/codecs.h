@@ -9,7 +9,7 @@
 #include <span>
 #include <string_view>
 
-#include "qorl/vxstring.h"
+#include "platform/vxstring.h"
 
 namespace qorl {
 

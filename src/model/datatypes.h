@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "qorl/vxstring.h"
+#include "platform/vxstring.h"
 
 namespace qorl {
 

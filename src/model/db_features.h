@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "qorl/vxstring.h"
+#include "platform/vxstring.h"
 
 namespace qorl {
 

@@ -8,7 +8,8 @@
 #include <cstddef>
 #include <vector>
 
-#include "store/ids.h"
+#include "model/typeids.h"
+#include "platform/vxstring.h"
 
 namespace qorl {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "store/ids.h"
+#include "model/typeids.h"
 
 namespace qorl::SUStrUtil {
 namespace {

@@ -1,7 +1,7 @@
 // Display names of type numbers, for messages and logs.
 #pragma once
 
-#include "qorl/vxstring.h"
+#include "platform/vxstring.h"
 
 namespace qorl::SUStrUtil {
 

@@ -1,7 +1,7 @@
 // Byte vectors as text: hexadecimal for stored binary values, UTF-8 for text.
 #pragma once
 
-#include "qorl/vxstring.h"
+#include "platform/vxstring.h"
 
 namespace qorl {
 namespace DataBlobUtil {

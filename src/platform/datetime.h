@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "qorl/vxstring.h"
+#include "platform/vxstring.h"
 
 namespace qorl {
 

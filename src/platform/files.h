@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "qorl/vxstring.h"
+#include "platform/vxstring.h"
 
 namespace qorl {
 

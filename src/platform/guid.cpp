@@ -6,9 +6,23 @@
 
 #include <random>
 
-#include "store/ids.h"
+#include <cstring>
 
 namespace qorl {
+
+void VXUpgradeID::assign(const uint8_t* p, size_t n) {
+  if (n != 16) { clear(); return; }
+  std::memcpy(m_bytes.data(), p, 16);
+  m_set = true;
+}
+
+size_t VXUpgradeID::Hash() const {
+  uint64_t a, b;
+  std::memcpy(&a, m_bytes.data(), 8);
+  std::memcpy(&b, m_bytes.data() + 8, 8);
+  return static_cast<size_t>(a ^ (b * 0x9E3779B97F4A7C15ull) ^ m_set);
+}
+
 namespace TKSGUIDGenerator {
 
 namespace {

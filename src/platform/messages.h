@@ -8,7 +8,7 @@
 #include <string_view>
 #include <type_traits>
 
-#include "qorl/vxstring.h"
+#include "platform/vxstring.h"
 
 namespace qorl {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "qorl/vxstring.h"
+#include "platform/vxstring.h"
 
 namespace qorl {
 namespace BaseStringUtil {

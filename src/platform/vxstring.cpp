@@ -1,4 +1,4 @@
-#include "qorl/vxstring.h"
+#include "platform/vxstring.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -53,19 +53,6 @@ bool VoidID::IsStringAVoidID(const VXString& s) {
   return StringToVoidID(s, v);
 }
 
-void VXUpgradeID::assign(const uint8_t* p, size_t n) {
-  if (n != 16) { clear(); return; }
-  std::memcpy(m_bytes.data(), p, 16);
-  m_set = true;
-}
-
-size_t VXUpgradeID::Hash() const {
-  uint64_t a, b;
-  std::memcpy(&a, m_bytes.data(), 8);
-  std::memcpy(&b, m_bytes.data() + 8, 8);
-  return static_cast<size_t>(a ^ (b * 0x9E3779B97F4A7C15ull) ^ m_set);
-}
-
 size_t TypeIDQName::Hash() const {
   uint32_t h = static_cast<uint32_t>(m_type);
   for (const VXString& c : m_qName)

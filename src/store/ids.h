@@ -1,5 +1,6 @@
-// Identities of store objects: type numbers, running numbers, VoidID, the
-// cross-store GUID (VXUpgradeID), qualified names and the name-index key.
+// Identities of store objects: running numbers, VoidID, qualified names and
+// the name-index key. Type numbers live in model/typeids.h, the cross-store
+// GUID in platform/guid.h.
 #pragma once
 
 #include <array>
@@ -7,44 +8,11 @@
 #include <cstring>
 #include <functional>
 
-#include "qorl/vxstring.h"
+#include "model/typeids.h"
+#include "platform/guid.h"
+#include "platform/vxstring.h"
 
 namespace qorl {
-
-using TypeID = int32_t;
-using TypeIDVector = std::vector<TypeID>;
-using uint16 = uint16_t;
-using uint32 = uint32_t;
-
-// Type numbers. Store classes take theirs from classes.def.
-enum : TypeID {
-  kTIDUnknown = 0,
-  kTIDUInt8 = 1,
-  kTIDVoidID = 20,
-  kNumBuiltInTypes = 21,
-  kTIDRpObject = 502,
-  kTIDAUnknownObject = 503,
-  kTIDUnknownObject = 504,
-  kTIDRelID = 1000,
-  kTIDExtensionArchive = 1008,
-  kTIDFirstExternalRepositoryTypeID = 1500,
-  kTIDColumn = 3004,
-  kTIDAShortCut = 2039,
-  kTIDInitBlock = 3034,
-  kTIDSessionVariableBlock = 3034,
-  kBeginLogicalTypes = 2000, kEndLogicalTypes = 2060,
-  kBeginPhysicalTypes = 3000, kEndPhysicalTypes = 3066,
-  kBeginMappingTypes = 3900, kEndMappingTypes = 3908,
-  kBeginPresentationTypes = 4000, kEndPresentationTypes = 4032,
-  kBeginSecurityTypes = 4200, kEndSecurityTypes = 4219,
-  // Elements that carry no store object of their own.
-  kTIDColMapping = 1,
-  kTIDSetPermission = 4220,
-#define QORL_CLASS(C, B, N, K) kTID##C = N,
-#include "store/classes.def"
-#undef QORL_CLASS
-  kTIDAInitBlock = 3033,
-};
 
 class UniqueNum {
  public:
@@ -86,35 +54,6 @@ class VoidID {
 };
 using VoidIDVector = std::vector<VoidID>;
 
-// A GUID of 16 bytes when set, empty otherwise. Kept inline (no heap) because
-// every object carries one.
-class VXUpgradeID {
- public:
-  VXUpgradeID() = default;
-  explicit VXUpgradeID(const ByteVector& b) { assign(b.data(), b.size()); }
-  size_t size() const { return m_set ? 16 : 0; }
-  bool empty() const { return !m_set; }
-  void clear() { m_set = false; m_bytes.fill(0); }
-  const uint8_t* data() const { return m_bytes.data(); }
-  uint8_t* data() { return m_bytes.data(); }
-  const uint8_t* begin() const { return m_bytes.data(); }
-  const uint8_t* end() const { return m_bytes.data() + size(); }
-  uint8_t operator[](size_t i) const { return m_bytes[i]; }
-  // Anything but 16 bytes leaves the identifier empty.
-  void assign(const uint8_t* p, size_t n);
-  ByteVector ToByteVector() const { return ByteVector(begin(), end()); }
-  friend bool operator==(const VXUpgradeID& a, const VXUpgradeID& b) { return a.m_set == b.m_set && a.m_bytes == b.m_bytes; }
-  friend bool operator<(const VXUpgradeID& a, const VXUpgradeID& b) {
-    if (a.m_set != b.m_set) return !a.m_set;
-    return a.m_bytes < b.m_bytes;
-  }
-  size_t Hash() const;
-
- private:
-  std::array<uint8_t, 16> m_bytes{};
-  bool m_set = false;
-};
-
 using QualifiedName = VXStringVector;
 
 struct TypeIDQName {
@@ -135,9 +74,6 @@ struct TypeIDQNameHash {
 
 template <> struct std::hash<qorl::VoidID> {
   size_t operator()(const qorl::VoidID& v) const noexcept { return std::hash<uint64_t>()(v.Key()); }
-};
-template <> struct std::hash<qorl::VXUpgradeID> {
-  size_t operator()(const qorl::VXUpgradeID& v) const noexcept { return v.Hash(); }
 };
 template <> struct std::hash<qorl::TypeIDQName> {
   size_t operator()(const qorl::TypeIDQName& k) const noexcept { return qorl::TypeIDQNameHash()(k); }

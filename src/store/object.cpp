@@ -182,8 +182,9 @@ const AMetaClass* ARpObject::GetClassMetaClass() {
   }                                                                                             \
   const AMetaClass* C::GetMetaClass() const { return GetClassMetaClass(); }                     \
   QORL_CLASS_##K(C, B)
-#define QORL_SKIP_ROOT
-#include "store/classes_impl.inc"
+#define QORL_CLASS_ROOT(C, N)
+#include "model/classes.def"
+#undef QORL_CLASS_ROOT
 #undef QORL_CLASS
 #undef QORL_CLASS_VISIT
 #undef QORL_CLASS_NOVISIT
@@ -193,7 +194,7 @@ const std::vector<const AMetaClass*>& AMetaClass::All() {
   static const std::vector<const AMetaClass*> all = [] {
     std::vector<const AMetaClass*> v;
 #define QORL_CLASS(C, B, N, K) v.push_back(C::GetClassMetaClass());
-#include "store/classes.def"
+#include "model/classes.def"
 #undef QORL_CLASS
     return v;
   }();

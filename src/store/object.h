@@ -17,7 +17,7 @@ class BlobWriter;
 class BlobReader;
 
 #define QORL_CLASS(C, B, N, K) class C;
-#include "store/classes.def"
+#include "model/classes.def"
 #undef QORL_CLASS
 
 // Counted reference to a store object. It stays valid as a value after its
@@ -75,7 +75,7 @@ class Ref : public RefBase {
 using RefARpObject = Ref<ARpObject>;
 using RpObjectVector = std::vector<RefARpObject>;
 #define QORL_CLASS(C, B, N, K) using Ref##C = Ref<C>;
-#include "store/classes.def"
+#include "model/classes.def"
 #undef QORL_CLASS
 
 // What a property is, so that generic code can store, copy and compare it.

@@ -24,14 +24,14 @@ class TypedVisitor {
 #define QORL_CLASS_VISIT(C) , public TypedVisitor<C>
 class AMetadataVisitor : public MetadataVisitorBase
 #define QORL_CLASS(C, B, N, K) QORL_CLASS_##K(C)
-#include "store/classes.def"
+#include "model/classes.def"
 #undef QORL_CLASS
 {
  public:
 #undef QORL_CLASS_VISIT
 #define QORL_CLASS_VISIT(C) using TypedVisitor<C>::Visit;
 #define QORL_CLASS(C, B, N, K) QORL_CLASS_##K(C)
-#include "store/classes.def"
+#include "model/classes.def"
 #undef QORL_CLASS
 #undef QORL_CLASS_VISIT
 #undef QORL_CLASS_NOVISIT

@@ -204,7 +204,7 @@ TEST(ModelTypeNames, EveryKnownTypeHasAName) {
 
   std::set<TypeID> all(AllRegisteredTypes().begin(), AllRegisteredTypes().end());
 #define QORL_CLASS(C, B, N, K) all.insert(N);
-#include "store/classes.def"
+#include "model/classes.def"
 #undef QORL_CLASS
   std::set<std::string> names;
   for (TypeID t : all) {

@@ -6,7 +6,7 @@
 #include <set>
 #include <string>
 
-#include "qorl/vxstring.h"
+#include "platform/vxstring.h"
 
 using namespace qorl;
 

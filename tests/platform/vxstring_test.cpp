@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "qorl/vxstring.h"
+#include "platform/vxstring.h"
 
 using qorl::VXString;
 

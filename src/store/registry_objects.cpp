@@ -1,5 +1,5 @@
 // The registry's operations on store objects rather than type numbers.
-#include "model/registry_objects.h"
+#include "store/registry_objects.h"
 
 #include "model/registry.h"
 

@@ -1,4 +1,4 @@
-#include "gen/attr.h"
+#include "model/attr_text.h"
 
 #include "platform/strutil.h"
 
