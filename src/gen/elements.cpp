@@ -13,16 +13,12 @@ namespace {
 std::span<const ElementWriter> AllFamilies(size_t i) {
   switch (i) {
     case 0: return PhysicalSourceElementWriters();
-    case 1: return PhysicalTableElementWriters();
-    case 2: return LogicalModelElementWriters();
-    case 3: return LogicalSourceElementWriters();
+    case 1: return LogicalModelElementWriters();
+    case 2: return LogicalSourceElementWriters();
     default: return {};
   }
 }
-constexpr size_t kFamilyCount = 4;
-
-constexpr TypeID kEmptyVisitTypes[] = {kTIDARole,   kTIDALevelToLevel, kTIDAEntity,       kTIDAAttributeDefn,    kTIDAFolder,
-                                       kTIDASchemaFolder, kTIDAEntityAttr, kTIDAMktg_SamplingLevel, kTIDATypePrivilege};
+constexpr size_t kFamilyCount = 3;
 
 }  // namespace
 
@@ -35,10 +31,6 @@ const ElementWriter* FindElementWriter(TypeID type) {
   }();
   auto it = byType.find(type);
   return it == byType.end() ? nullptr : it->second;
-}
-
-bool HasEmptyVisit(TypeID type) {
-  return std::find(std::begin(kEmptyVisitTypes), std::end(kEmptyVisitTypes), type) != std::end(kEmptyVisitTypes);
 }
 
 }  // namespace qorl

@@ -25,11 +25,8 @@ const ElementWriter* FindElementWriter(TypeID type);
 
 // The rows of each element family, defined with the family's writers.
 std::span<const ElementWriter> PhysicalSourceElementWriters();
-std::span<const ElementWriter> PhysicalTableElementWriters();
 std::span<const ElementWriter> LogicalModelElementWriters();
 std::span<const ElementWriter> LogicalSourceElementWriters();
 
-// The classes whose content their owner writes, or nobody: their Visit writes nothing.
-bool HasEmptyVisit(TypeID type);
 
 }  // namespace qorl

@@ -4,7 +4,7 @@
 
 #include "model/attr_text.h"
 #include "gen/elements.h"
-#include "gen/fragments.h"
+#include "elements/fragments.h"
 #include "gen/logical_sources.h"
 #include "gen/output.h"
 #include "store/registry_objects.h"
@@ -206,20 +206,6 @@ void QORLGenerator::GenerateDeleteQORLForObjects(const RpObjectVector& rpObjects
 }
 
 // ---- elements ---------------------------------------------------------------
-
-void QORLGenerator::WriteElement(const RefARpObject& object) {
-  ARpObject* o = object.GetRawObjPtr();
-  if (!o || HasEmptyVisit(o->GetTypeID())) return;
-  const ElementWriter* w = FindElementWriter(o->GetTypeID());
-  if (w && w->isWritten && !w->isWritten(*this, object)) return;
-  GenerateGenericOpenTag(object);
-  if (w && w->attributes) Print(w->attributes(*this, object));
-  Print(S_GT);
-  Print(S_NEWLINE);
-  Print(QORLUtil::GetDescriptionXMLElement(object, m_genOptions));
-  if (w && w->children) w->children(*this, object);
-  GenerateClosingTag(object);
-}
 
 void QORLGenerator::GenerateGenericOpenTag(const RefARpObject& object) {
   m_scratch.clear();

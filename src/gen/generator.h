@@ -4,6 +4,8 @@
 #include <map>
 #include <memory>
 
+#include "elements/description.h"
+#include "elements/fragments.h"
 #include "model/registry.h"
 #include "store/gateway.h"
 #include "store/visitor.h"
@@ -11,15 +13,7 @@
 namespace qorl {
 
 class OutputFile;
-
-// Bits of a generator's options.
-enum GenOptions : int {
-  kGenFooter = 1,           // a text generation closes the root element
-  kGenColMapping = 4,       // the column mapping section is written
-  kGenEmptyElements = 8,    // empty groups and texts are written empty, not left out
-  kGenExprTextObjects = 16, // expressions carry ExprText and Objects
-  kGenDummyUID = 32,        // "fullyQualifiedName" and "dummyuid" for the structural diff
-};
+namespace elements { struct Binding; }
 
 enum FineGrainedType { NONE_FINEGRAINED = 0, QORL_FINEGRAINED = 1, MAX_FINEGRAINED = 2 };
 
@@ -27,7 +21,7 @@ enum FineGrainedType { NONE_FINEGRAINED = 0, QORL_FINEGRAINED = 1, MAX_FINEGRAIN
 // fine-grained document; filled in with fine-grained generation.
 struct FineGrainedChanges {};
 
-class QORLGenerator : public AMetadataVisitor {
+class QORLGenerator : public AMetadataVisitor, public elements::WriteContext {
  public:
   QORLGenerator(ARpGateway* pRp, ARpGateway* pRpOriginal, const VXString& outFileName, VXString& outStr,
                 bool bUsingVoidID, bool bValidation, bool bGenerateUTF8, bool bGenerateUpGradeID, bool bGenerateOwner,
@@ -76,7 +70,7 @@ class QORLGenerator : public AMetadataVisitor {
   void Finish();
 
   // The single output path.
-  virtual void Print(std::u32string_view text);
+  void Print(std::u32string_view text) override;
   void Print(const VXString& text) { Print(text.view()); }
   void Print(const char32_t* text) { Print(std::u32string_view(text)); }
   void AddHeader();
@@ -104,6 +98,17 @@ class QORLGenerator : public AMetadataVisitor {
   // children, closing tag. Every Visit comes here.
   void WriteElement(const RefARpObject& object);
 
+  // ---- what child codecs and hooks see ----
+  ARpGateway* Gateway() const override;
+  int Options() const override;
+  bool UpgradeIDs() const override;
+  bool UsingVoidID() const override;
+  bool HidingPoolPassword() const override;
+  bool SkippingCredentials() const override;
+  void PrintRef(const RefARpObject& obj, std::u32string_view emptyTag) override;
+  void PrintTaggedRef(const RefARpObject& obj, std::u32string_view tag) override;
+  bool HasContent(bool present, std::u32string_view tag) override;
+
   ARpGateway* GetGateway() const { return m_pGateway; }
   bool IsUsingVoidID() const { return m_bUsingVoidID; }
   bool IsGeneratingUpgradeIDs() const { return m_bGenerateUpGradeID; }
@@ -124,6 +129,9 @@ class QORLGenerator : public AMetadataVisitor {
 #undef QORL_CLASS_ABSTRACT
 
  protected:
+  void WriteParts(const elements::Binding& b, ARpObject& o);
+  void WriteFamilyElement(const RefARpObject& object);
+
   std::map<RefARpObject, VXString> m_renamedObjects;
   std::unique_ptr<OutputFile> m_outputXML;
   ARpGateway* m_pGateway;
@@ -140,6 +148,9 @@ class QORLGenerator : public AMetadataVisitor {
   RpObjectVector m_variablesForCoonPoolAndVarGenerationOption;
   VXString m_scratch;  // collects one element's attributes without reallocating
 };
+
+// The classes whose content their owner writes, or nobody: their Visit writes nothing.
+bool HasEmptyVisit(TypeID type);
 
 // Renames and re-identifies clashing objects so that the document loads again.
 void UpdateDuplicateObjectAttributesForGeneration(ARpGateway* pRp, const RpObjectVector& sortedObjects);

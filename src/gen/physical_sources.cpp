@@ -5,7 +5,7 @@
 
 #include "model/attr_text.h"
 #include "gen/elements.h"
-#include "gen/fragments.h"
+#include "elements/fragments.h"
 #include "gen/generator.h"
 #include "model/codecs.h"
 #include "model/db_features.h"

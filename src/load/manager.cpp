@@ -1,5 +1,7 @@
 #include "load/manager.h"
 
+#include "load/element_handler.h"
+
 #include <algorithm>
 
 #include <xercesc/sax/Locator.hpp>
@@ -87,9 +89,13 @@ QORLObject* QORLObjectManager::CreateQORLObjectHandler(const VXString& tag, int 
     handler = new QORLDeleteObjectsHandler(m_pGateway, this);
   } else {
     TypeID type = QORLUtil::GetTypeID(tag);
-    HandlerFactory make = FindHandlerFactory(type);
-    if (!make) throw ErrorMessage(92001, lineNumber, tag);
-    handler = make(m_pGateway, this);
+    if (const elements::Binding* b = elements::BindingOf(type)) {
+      handler = new QORLElementHandler(m_pGateway, this, *b);
+    } else {
+      HandlerFactory make = FindHandlerFactory(type);
+      if (!make) throw ErrorMessage(92001, lineNumber, tag);
+      handler = make(m_pGateway, this);
+    }
     handler->SetTypeID(type);
   }
   m_pCurrentDeptStorageStubs->m_refObjects.emplace_back(handler);

@@ -89,6 +89,15 @@ void ARpObject::MarkDirty() {
   if (m_pRp && !m_dead) m_pRp->MarkDirty(this);
 }
 
+void MarkObjectDirty(ARpObject& obj) { obj.MarkDirty(); }
+
+const PropDesc* FindProperty(const AMetaClass* cls, std::string_view name) {
+  for (const AMetaClass* m = cls; m; m = (m->GetBase() == m ? nullptr : m->GetBase()))
+    for (const PropDesc& p : m->OwnProperties())
+      if (name == p.name) return &p;
+  return nullptr;
+}
+
 void ARpObject::SetName(const VXString& name) {
   if (name == m_name) return;
   VXString old = m_name;

@@ -91,7 +91,15 @@ struct PropDesc {
   void (*load)(ARpObject&, BlobReader&);
   void (*copy)(const ARpObject& from, ARpObject& to);
   bool (*equal)(const ARpObject&, const ARpObject&);
+  // The member itself, for the element engines that read and write a
+  // property by its row instead of by a hand-written accessor; `size` is
+  // sizeof the member, so that a reader of the wrong width is caught.
+  void* (*field)(ARpObject&);
+  uint8_t size;
 };
+
+// The property row of that name on the class or one of its bases; null if none.
+const PropDesc* FindProperty(const AMetaClass* cls, std::string_view name);
 
 class AMetaClass {
  public:
@@ -179,6 +187,7 @@ class ARpObject {
   void MarkDirty();
 
  private:
+  friend void MarkObjectDirty(ARpObject& obj);
   friend class ARpGateway;
   friend class RefBase;
   friend class MetadataUtil;
@@ -201,6 +210,9 @@ class ARpObject {
 };
 
 void CopyObjectProperties(const ARpObject& from, ARpObject& to);
+
+// For code that writes a member through its property row: what a setter does.
+void MarkObjectDirty(ARpObject& obj);
 
 // Release of the object's memory when the last reference and the store are both done with it.
 void ReleaseObject(ARpObject* obj);

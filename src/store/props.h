@@ -204,6 +204,7 @@ struct MemberProp {
   static bool Equal(const ARpObject& a, const ARpObject& b) {
     return static_cast<const C&>(a).*M == static_cast<const C&>(b).*M;
   }
+  static void* Field(ARpObject& o) { return &(static_cast<C&>(o).*M); }
 };
 
 #define QORL_PROP(Class, member, id, name)                                                              \
@@ -212,7 +213,9 @@ struct MemberProp {
         &::qorl::MemberProp<Class, decltype(Class::member), &Class::member>::Save,                      \
         &::qorl::MemberProp<Class, decltype(Class::member), &Class::member>::Load,                      \
         &::qorl::MemberProp<Class, decltype(Class::member), &Class::member>::Copy,                      \
-        &::qorl::MemberProp<Class, decltype(Class::member), &Class::member>::Equal                      \
+        &::qorl::MemberProp<Class, decltype(Class::member), &Class::member>::Equal,                     \
+        &::qorl::MemberProp<Class, decltype(Class::member), &Class::member>::Field,                     \
+        static_cast<uint8_t>(sizeof(Class::member))                                                     \
   }
 
 // Writes an object's properties, class by class from the base down:

@@ -4,7 +4,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "gen/fragments.h"
+#include "elements/fragments.h"
 #include "gen/generator.h"
 #include "platform/error.h"
 #include "platform/guid.h"

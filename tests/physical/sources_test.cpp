@@ -6,7 +6,7 @@
 #include <set>
 #include <sstream>
 
-#include "gen/fragments.h"
+#include "elements/fragments.h"
 #include "gen/generator.h"
 #include "gen/physical_sources.h"
 #include "load/parser.h"

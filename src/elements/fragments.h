@@ -9,6 +9,16 @@ namespace qorl {
 
 class ErrorMessage;
 
+// Bits of a generator's options.
+enum GenOptions : int {
+  kGenFooter = 1,           // a text generation closes the root element
+  kGenColMapping = 4,       // the column mapping section is written
+  kGenEmptyElements = 8,    // empty groups and texts are written empty, not left out
+  kGenExprTextObjects = 16, // expressions carry ExprText and Objects
+  kGenDummyUID = 32,        // "fullyQualifiedName" and "dummyuid" for the structural diff
+};
+
+
 namespace QORLUtil {
 
 // Attributes 1 to 8 of every object element: name, iconIndex, the five

@@ -1,10 +1,9 @@
-#include "gen/fragments.h"
+#include "elements/fragments.h"
 
 #include <algorithm>
 #include <unordered_map>
 
 #include "model/attr_text.h"
-#include "gen/generator.h"
 #include "model/registry.h"
 #include "store/registry_objects.h"
 #include "model/vocabulary.h"

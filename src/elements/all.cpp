@@ -1,0 +1,16 @@
+#include <vector>
+
+#include "elements/families.h"
+
+namespace qorl::elements {
+
+std::span<const Description* const> AllDescriptions() {
+  static const std::vector<const Description*> all = [] {
+    std::vector<const Description*> v;
+    for (auto family : {PhysicalTableDescriptions()}) v.insert(v.end(), family.begin(), family.end());
+    return v;
+  }();
+  return all;
+}
+
+}  // namespace qorl::elements

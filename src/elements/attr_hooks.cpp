@@ -1,0 +1,72 @@
+#include "elements/attr_hooks.h"
+
+#include "model/attrgroups.h"
+#include "model/datatypes.h"
+#include "model/vocabulary.h"
+#include "platform/strutil.h"
+
+namespace qorl::elements::hooks {
+
+namespace attr_hooks {
+
+int32_t& Coordinate(ARpObject& o, const char* prop) { return *static_cast<int32_t*>(FieldOf(o, prop)); }
+int32_t Coordinate(const ARpObject& o, const char* prop) { return *static_cast<const int32_t*>(FieldOf(o, prop)); }
+
+VXString PositionText(const ARpObject& o, const char* prop) {
+  if (Coordinate(o, "diagramX") == 0 && Coordinate(o, "diagramY") == 0) return VXString();
+  return VXString::FromInt(Coordinate(o, prop));
+}
+
+int32_t CoordinateFrom(const VXString* text) {
+  long long v;
+  if (!text || !BaseStringUtil::StringToInt(*text, v) || v < INT32_MIN || v > INT32_MAX) return 0;
+  return static_cast<int32_t>(v);
+}
+
+const VXTypeInfo& TypeInfo(const ARpObject& o, const Attr& row) {
+  return *static_cast<const VXTypeInfo*>(FieldOf(o, row.prop));
+}
+
+}  // namespace attr_hooks
+
+const AttrHook kPositionX{
+    [](const ARpObject& o, const Attr&, const WriteContext&) { return attr_hooks::PositionText(o, "diagramX"); },
+    [](ARpObject& o, const Attr&, const VXString* text, const NameValuePairs& all, ReadContext&) {
+      attr_hooks::Coordinate(o, "diagramX") = attr_hooks::CoordinateFrom(text);
+      attr_hooks::Coordinate(o, "diagramY") = attr_hooks::CoordinateFrom(all.Find(ATTR_Y));
+    }};
+
+const AttrHook kPositionY{
+    [](const ARpObject& o, const Attr&, const WriteContext&) { return attr_hooks::PositionText(o, "diagramY"); },
+    nullptr};
+
+const AttrHook kDataType{
+    [](const ARpObject& o, const Attr& row, const WriteContext&) {
+      VXString name;
+      SUVXDataTypeUtility::GetSingleWordVXDataTypeName(attr_hooks::TypeInfo(o, row).dataType, name);
+      return name;
+    },
+    [](ARpObject& o, const Attr& row, const VXString*, const NameValuePairs& all, ReadContext&) {
+      VXTypeInfo info;
+      QORLUtil::ReadTypeInfo([&all](std::u32string_view n) { return all.Find(n); }, info);
+      *static_cast<VXTypeInfo*>(FieldOf(o, row.prop)) = info;
+    }};
+
+const AttrHook kScale{[](const ARpObject& o, const Attr& row, const WriteContext&) {
+                        int16_t v = attr_hooks::TypeInfo(o, row).scale;
+                        return v ? VXString::FromInt(v) : VXString();
+                      },
+                      nullptr};
+
+const AttrHook kPrecision{[](const ARpObject& o, const Attr& row, const WriteContext&) {
+                            int32_t v = attr_hooks::TypeInfo(o, row).precision;
+                            return v ? VXString::FromInt(v) : VXString();
+                          },
+                          nullptr};
+
+const AttrHook kNullable{[](const ARpObject& o, const Attr& row, const WriteContext&) {
+                           return attr_hooks::TypeInfo(o, row).nullable ? VXString(U"true") : VXString();
+                         },
+                         nullptr};
+
+}  // namespace qorl::elements::hooks

@@ -1,0 +1,10 @@
+// The descriptions of each element family, defined with the family.
+#pragma once
+
+#include "elements/description.h"
+
+namespace qorl::elements {
+
+std::span<const Description* const> PhysicalTableDescriptions();
+
+}  // namespace qorl::elements

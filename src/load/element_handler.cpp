@@ -1,0 +1,307 @@
+#include "load/element_handler.h"
+
+#include "load/manager.h"
+#include "model/registry.h"
+#include "model/vocabulary.h"
+#include "platform/error.h"
+#include "platform/strutil.h"
+#include "store/metadata_util.h"
+
+namespace qorl {
+
+using namespace elements;
+
+struct QORLElementHandler::Slot {
+  QORLObjectStub* stub = nullptr;
+  QORLObjectStubVector stubs;
+  VXString text;
+  std::unique_ptr<QORLExpressionHandler> expr;
+  std::unique_ptr<ChildReader> child;
+};
+
+namespace element_handler {
+
+// The type a reference element names ("RefPhysicalColumn": 3003); 0 for any other element.
+TypeID RefType(const VXString& tag) {
+  if (!tag.starts_with(TAG_REF)) return kTIDUnknown;
+  return QORLUtil::GetTypeID(tag.substr(TAG_REF.size()));
+}
+
+VoidID IdOf(const RefARpObject& o) { return o.IsNullRef() ? VoidID::NullID : o.GetID(); }
+
+// The parent link, and the parent's list of such children where it keeps one.
+void SetParentOf(ARpObject& obj, const RefARpObject& parent, RelID ownerRel) {
+  ARpGateway* rp = obj.GetGateway();
+  if (!rp) return;
+  VoidID former = obj.GetParentID();
+  VoidID next = IdOf(parent);
+  if (ownerRel && !former.IsNullID() && former != next) BinaryRelIterBase(rp, former, ownerRel).Erase(obj.GetID());
+  rp->SetParent(&obj, next);
+  if (ownerRel && !next.IsNullID()) BinaryRelIterBase(rp, next, ownerRel).Insert(obj.GetID());
+}
+
+}  // namespace element_handler
+
+QORLElementHandler::QORLElementHandler(ARpGateway* pGateway, QORLObjectManager* pManager, const Binding& binding)
+    : QORLObject(pGateway, pManager), m_binding(binding) {}
+
+QORLElementHandler::~QORLElementHandler() = default;
+
+QORLElementHandler::Slot& QORLElementHandler::SlotOf(size_t part) {
+  if (!m_slots) m_slots = std::make_unique<Slot[]>(m_binding.desc->parts.size());
+  return m_slots[part];
+}
+
+bool QORLElementHandler::Accepts(const Part& part, TypeID type) const {
+  if (type == kTIDUnknown) return false;
+  if (part.accepts.empty()) return true;
+  for (TypeID t : part.accepts)
+    if (t == type) return true;
+  return false;
+}
+
+// ---- parsing ----
+
+void QORLElementHandler::startElement(const VXString& tag, const NameValuePairs& attrs) {
+  if (m_parsingState == psStart) {
+    ProcessObjectAttributes(attrs);
+    m_attrs = attrs;
+    m_parsingState = psInObject;
+    return;
+  }
+  if (m_parsingState == kInExpr) return m_relay.Start(tag, attrs);
+  if (m_parsingState == kInChild) {
+    ++m_childDepth;
+    if (SlotOf(m_part).child->Start(tag, attrs, *this)) return;
+    // Not the child's: skipped like any unknown element.
+    --m_childDepth;
+    InitializeUnknownElementHandler();
+    return;
+  }
+  if (HandleCommonStart(tag)) return;
+  const std::span<const Part> parts = m_binding.desc->parts;
+  switch (m_parsingState) {
+    case psInObject: {
+      auto it = m_binding.partOfTag.find(std::u32string(tag.view()));
+      if (it != m_binding.partOfTag.end()) return StartPart(it->second, tag, attrs);
+      break;
+    }
+    case kInTagged:
+    case kInGroup: {
+      TypeID type = element_handler::RefType(tag);
+      if (!Accepts(parts[m_part], type)) break;
+      // A reference without attributes is the empty element of an unset one.
+      if (attrs.Size() != 0) {
+        Slot& s = SlotOf(m_part);
+        if (m_parsingState == kInTagged) s.stub = ProcessRefObject(type, attrs);
+        else s.stubs.push_back(ProcessRefObject(type, attrs));
+      }
+      m_parsingState = m_parsingState == kInTagged ? kInTaggedRef : kInGroupRef;
+      return;
+    }
+    default:
+      break;
+  }
+  InitializeUnknownElementHandler();
+}
+
+void QORLElementHandler::StartPart(size_t index, const VXString& tag, const NameValuePairs& attrs) {
+  const Part& part = m_binding.desc->parts[index];
+  Slot& s = SlotOf(index);
+  m_part = index;
+  switch (part.kind) {
+    case PartKind::Tagged: m_parsingState = kInTagged; return;
+    case PartKind::Group:
+    case PartKind::EmptyGroup: m_parsingState = kInGroup; return;
+    case PartKind::Plain:
+      if (attrs.Size() != 0) s.stub = ProcessRefObject(element_handler::RefType(tag), attrs);
+      m_parsingState = kInPlain;
+      return;
+    case PartKind::Text:
+      s.text.clear();
+      m_parsingState = kInText;
+      return;
+    case PartKind::Expr:
+    case PartKind::TaggedExpr:
+      if (!s.expr)
+        s.expr = std::make_unique<QORLExpressionHandler>(
+            m_pGateway, m_pManager, part.kind == PartKind::TaggedExpr ? part.tag : std::u32string_view());
+      m_relay.Open(s.expr.get(), part.kind == PartKind::TaggedExpr, psInObject);
+      if (part.kind == PartKind::Expr) m_relay.Start(tag, attrs);
+      m_parsingState = kInExpr;
+      return;
+    case PartKind::Child:
+      s.child.reset(part.codec->NewReader());
+      m_childDepth = 1;
+      m_parsingState = kInChild;
+      s.child->Start(tag, attrs, *this);
+      return;
+  }
+}
+
+void QORLElementHandler::characters(std::u32string_view text) {
+  if (HandleCommonCharacters(text)) return;
+  switch (m_parsingState) {
+    case kInText: SlotOf(m_part).text.append(text); break;
+    case kInExpr: m_relay.Characters(text); break;
+    case kInChild: SlotOf(m_part).child->Characters(text); break;
+    default: break;
+  }
+}
+
+void QORLElementHandler::endElement(const VXString& tag) {
+  if (HandleCommonEnd()) return;
+  switch (m_parsingState) {
+    case kInTaggedRef: m_parsingState = kInTagged; return;
+    case kInGroupRef: m_parsingState = kInGroup; return;
+    case kInTagged:
+    case kInGroup:
+    case kInPlain:
+    case kInText: m_parsingState = psInObject; return;
+    case kInExpr:
+      if (m_relay.End(tag)) m_parsingState = m_relay.ReturnState();
+      return;
+    case kInChild:
+      SlotOf(m_part).child->End(tag, *this);
+      if (--m_childDepth == 0) m_parsingState = psInObject;
+      return;
+    default: return;  // the element's own end
+  }
+}
+
+// ---- execution ----
+
+void QORLElementHandler::Resolve() {
+  const Description& d = *m_binding.desc;
+  switch (d.parent.mode) {
+    case ParentMode::ByName:
+      m_pParent = ResolveParent(TypeIDVector(d.parent.types.begin(), d.parent.types.end()), false);
+      break;
+    case ParentMode::Hook: m_pParent = d.hooks->resolveParent(*this); break;
+    case ParentMode::None: break;
+  }
+  if (!m_slots) return;
+  for (size_t i = 0; i < d.parts.size(); ++i) {
+    Slot& s = m_slots[i];
+    Resolve(s.stub);
+    for (QORLObjectStub*& stub : s.stubs) Resolve(stub);
+    if (s.expr) s.expr->Resolve();
+    if (s.child) s.child->Resolve(*this);
+  }
+}
+
+void QORLElementHandler::ReadAttributes(ARpObject& obj) {
+  const Description& d = *m_binding.desc;
+  for (size_t i = 0; i < d.attrs.size(); ++i) {
+    const elements::Attr& row = d.attrs[i];
+    const VXString* text = m_attrs.Find(row.name);
+    if (row.hook) {
+      if (row.hook->set) row.hook->set(obj, row, text, m_attrs, *this);
+      continue;
+    }
+    void* field = m_binding.attrProps[i]->field(obj);
+    if (text && ValueFromText(*row.codec, *text, field)) continue;
+    if (text && row.codec->badText)
+      ThrowOrLogError(ErrorMessage(row.codec->badText, GetObjTagLineNumber(), *text), !IgnoreErrors());
+    // Absent: the row's default, else what the codec makes of no text (an
+    // enumeration's own default), else the zero of the field.
+    if (!ValueFromText(*row.codec, VXString(row.def ? row.def : U""), field)) ValueClear(*row.codec, field);
+  }
+  MarkObjectDirty(obj);
+}
+
+void QORLElementHandler::ApplyParts(ARpObject& obj, Phase phase) {
+  // A part the element does not have is applied too, empty: the document
+  // says everything about the object.
+  const Description& d = *m_binding.desc;
+  for (size_t i = 0; i < d.parts.size(); ++i) {
+    const Part& part = d.parts[i];
+    if (part.phase != phase) continue;
+    Slot& s = SlotOf(i);
+    const PropDesc* prop = m_binding.partProps[i];
+    switch (part.kind) {
+      case PartKind::Tagged:
+      case PartKind::Plain:
+        *static_cast<VoidID*>(prop->field(obj)) = element_handler::IdOf(ObjectOf(s.stub));
+        MarkObjectDirty(obj);
+        break;
+      case PartKind::Group:
+        RelinkRelation(BinaryRelIterBase(m_pGateway, obj.GetID(), part.rel), s.stubs, (part.flags & kClearFirst) != 0);
+        break;
+      case PartKind::EmptyGroup: break;
+      case PartKind::Text:
+        *static_cast<VXString*>(prop->field(obj)) =
+            (part.flags & kLineFeeds) ? BaseStringUtil::LineFeedConversion(s.text) : s.text;
+        MarkObjectDirty(obj);
+        break;
+      case PartKind::Expr:
+      case PartKind::TaggedExpr: {
+        Expr expr;
+        int type = (part.flags & kPhysicalExpr) ? kSME_Physical
+                   : (part.flags & kBusinessModelExpr) ? kSME_BusinessModel
+                                                        : kSME_Logical;
+        VXString text = s.expr ? s.expr->GetExprText() : VXString();
+        if (ParseExpr(s.expr ? s.expr->GetExprLine() : GetObjTagLineNumber(), text, expr, type)) {
+          *static_cast<Expr*>(prop->field(obj)) = std::move(expr);
+          MarkObjectDirty(obj);
+        }
+        break;
+      }
+      case PartKind::Child:
+        if (!s.child) s.child.reset(part.codec->NewReader());
+        s.child->Execute(obj, prop ? prop->field(obj) : nullptr, *this);
+        break;
+    }
+  }
+}
+
+void QORLElementHandler::Execute() {
+  ARpObject* obj = m_object.GetRawObjPtr();
+  if (!obj) return;
+  const Description& d = *m_binding.desc;
+  if (d.parent.mode != ParentMode::None) element_handler::SetParentOf(*obj, ObjectOf(m_pParent), d.parent.ownerRel);
+  ReadAttributes(*obj);
+  ApplyParts(*obj, Phase::Execute);
+  if (d.hooks && d.hooks->execute) d.hooks->execute(*obj, *this);
+  SetCommonObjectProperties();
+}
+
+void QORLElementHandler::Execute2() {
+  if (ARpObject* obj = m_object.GetRawObjPtr()) ApplyParts(*obj, Phase::Execute2);
+}
+
+void QORLElementHandler::GetPasswordsToCheck(VXStringVector& out) const {
+  const Description& d = *m_binding.desc;
+  if (d.hooks && d.hooks->passwords) d.hooks->passwords(m_attrs, out);
+}
+
+// ---- what hooks and child codecs see ----
+
+bool QORLElementHandler::IgnoreErrors() const { return m_pManager->IgnoreErrors(); }
+
+QORLObjectStub* QORLElementHandler::Reference(TypeID type, const NameValuePairs& attrs) {
+  return ProcessRefObject(type, attrs);
+}
+
+void QORLElementHandler::Resolve(QORLObjectStub*& stub) {
+  if (stub) m_pManager->ResolveQORLObjectStub(stub, false, false);
+}
+
+RefARpObject QORLElementHandler::ObjectOf(const QORLObjectStub* stub) const {
+  return stub ? stub->GetARpObject() : RefARpObject();
+}
+
+bool QORLElementHandler::TryResolve(QORLObjectStub*& stub) { return m_pManager->TryResolveQORLObjectStub(stub); }
+
+QORLObjectStub* QORLElementHandler::ParentStub(TypeID type, const QualifiedName& name) {
+  QORLObjectStub* stub = m_pManager->CreateQORLObjectStub(type, m_parentUID, name);
+  stub->SetParentID(m_parentID);
+  stub->SetID(m_parentID);
+  return stub;
+}
+
+bool QORLElementHandler::ParseExpr(int line, const VXString& text, Expr& out, int exprType) {
+  return m_pManager->ParseMetaExpr(line, text, out, m_object, static_cast<ExprType>(exprType));
+}
+
+}  // namespace qorl
