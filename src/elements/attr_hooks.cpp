@@ -50,23 +50,24 @@ const AttrHook kDataType{
       VXTypeInfo info;
       QORLUtil::ReadTypeInfo([&all](std::u32string_view n) { return all.Find(n); }, info);
       *static_cast<VXTypeInfo*>(FieldOf(o, row.prop)) = info;
-    }};
+    },
+    U"DECIMAL"};
 
 const AttrHook kScale{[](const ARpObject& o, const Attr& row, const WriteContext&) {
                         int16_t v = attr_hooks::TypeInfo(o, row).scale;
                         return v ? VXString::FromInt(v) : VXString();
                       },
-                      nullptr};
+                      nullptr, U"2"};
 
 const AttrHook kPrecision{[](const ARpObject& o, const Attr& row, const WriteContext&) {
                             int32_t v = attr_hooks::TypeInfo(o, row).precision;
                             return v ? VXString::FromInt(v) : VXString();
                           },
-                          nullptr};
+                          nullptr, U"12"};
 
 const AttrHook kNullable{[](const ARpObject& o, const Attr& row, const WriteContext&) {
                            return attr_hooks::TypeInfo(o, row).nullable ? VXString(U"true") : VXString();
                          },
-                         nullptr};
+                         nullptr, U"true"};
 
 }  // namespace qorl::elements::hooks

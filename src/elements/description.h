@@ -43,6 +43,9 @@ struct AttrHook {
   // Sets the object from the text (null when absent); `all` holds the
   // element's other attributes. Null: read together with another row.
   void (*set)(ARpObject& obj, const Attr& row, const VXString* text, const NameValuePairs& all, ReadContext& ctx);
+  // A text the rule reads as a value other than the default (for tests);
+  // null: the sample of the row's codec.
+  const char32_t* sample = nullptr;
 };
 
 struct Attr {
