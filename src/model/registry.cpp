@@ -4,6 +4,8 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "model/vocabulary.h"
+
 namespace qorl {
 namespace {
 
@@ -15,7 +17,7 @@ namespace {
 
 struct TypeRow {
   TypeID id;
-  const char* tag;
+  std::u32string_view tag;
   const char* handler;
   int genPos;
   int execPos;

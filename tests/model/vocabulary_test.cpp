@@ -85,15 +85,3 @@ TEST(ModelVocabulary, LiteralsOfTheFormat) {
   EXPECT_NE(fg.find(U"</Repository>"), VXString::npos);
 }
 
-TEST(ModelVocabulary, EveryRegistryTagHasAConstant) {
-  std::set<std::u32string_view> tags;
-  for (const VocabularyEntry& e : AllVocabulary())
-    if (e.family == VocabularyFamily::kTag) tags.insert(e.literal);
-  int rows = 0;
-#define QORL_TYPE(Id, Constant, Tag, Handler, Gen, Exec, Nested, Root) \
-  ++rows;                                                              \
-  EXPECT_TRUE(tags.count(U"" Tag)) << "no TAG_ constant for " << Tag;
-#include "model/types.def"
-#undef QORL_TYPE
-  EXPECT_EQ(rows, 66);
-}
