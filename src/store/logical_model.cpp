@@ -106,7 +106,7 @@ void LmodMoveUnderTable(ARpObject& obj, const RefARpObject& next, RelID rel) {
   ARpGateway* rp = obj.GetGateway();
   if (!rp) return;
   VoidID former = obj.GetParentID();
-  VoidID target = LogicalModelIdOf(next);
+  VoidID target = IdOf(next);
   if (!former.IsNullID() && former != target && former.GetTypeID() == kTIDALogicalTable)
     BinaryRelIterBase(rp, former, rel).Erase(obj.GetID());
   rp->SetParent(&obj, target);
@@ -141,7 +141,7 @@ std::span<const PropDesc> ALogicalTable::OwnProperties() {
 RefASubjectArea ALogicalTable::GetSubjectArea() const { return RefASubjectArea(GetParent()); }
 
 void ALogicalTable::SetSubjectArea(const RefARpObject& businessModel) {
-  if (ARpGateway* rp = GetGateway()) rp->SetParent(this, LogicalModelIdOf(businessModel));
+  if (ARpGateway* rp = GetGateway()) rp->SetParent(this, IdOf(businessModel));
 }
 
 RefAAttribute ALogicalTable::GetClassicStarLevelColumn() const {
@@ -296,7 +296,7 @@ RefAEntity ARoleAccess::GetParticipatingEntity(const ARole& role) {
 }
 
 bool ARoleAccess::SetParticipatingEntity(ARole& role, const RefARpObject& entity) {
-  return LmodChangeProps(role, [&](RoleProps& p) { p.entity = LogicalModelIdOf(entity); });
+  return LmodChangeProps(role, [&](RoleProps& p) { p.entity = IdOf(entity); });
 }
 
 }  // namespace qorl

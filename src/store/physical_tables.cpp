@@ -48,7 +48,7 @@ Ref<T> PtabRefOf(ARpGateway* rp, const VoidID& id) {
 }
 
 void PtabSetParent(ARpObject& obj, const RefARpObject& parent) {
-  if (ARpGateway* rp = obj.GetGateway()) rp->SetParent(&obj, ATable::IdOf(parent));
+  if (ARpGateway* rp = obj.GetGateway()) rp->SetParent(&obj, IdOf(parent));
 }
 
 }  // namespace
@@ -148,7 +148,7 @@ void AColumn::SetTable(const RefARpObject& table) {
   ARpGateway* rp = GetGateway();
   if (!rp) return;
   VoidID former = GetParentID();
-  VoidID next = ATable::IdOf(table);
+  VoidID next = IdOf(table);
   if (!former.IsNullID() && former != next) BinaryRelIter<AColumn>(rp, former, kRelTableColumns).Erase(GetID());
   rp->SetParent(this, next);
   if (!next.IsNullID()) BinaryRelIter<AColumn>(rp, next, kRelTableColumns).Insert(GetID());
