@@ -1,31 +1,19 @@
-// The store's object classes. Each class's accessors and data arrive with its
-// element; QORL_OBJECT gives the metaclass and visitor plumbing every class has.
+// The store's object classes. The element families keep theirs in headers
+// of their own (included below); this file holds the classes without data of
+// their own, and with them the whole class tree, so that including it gives
+// every class classes.def names.
 // A class with properties of its own declares
 //   static std::span<const PropDesc> OwnProperties();
 // returning its table (see store/props.h); persistence and copying find it.
 #pragma once
 
-#include <map>
-
-#include "model/datatypes.h"
-#include "platform/datetime.h"
-#include "store/expr.h"
-#include "store/object.h"
-#include "store/relation.h"
+#include "store/class_bases.h"
+#include "store/logical_model.h"
+#include "store/logical_sources.h"
+#include "store/physical_sources.h"
+#include "store/physical_tables.h"
 
 namespace qorl {
-
-#define QORL_OBJECT(C)                                      \
- public:                                                    \
-  static const AMetaClass* GetClassMetaClass();             \
-  const AMetaClass* GetMetaClass() const override;          \
-  void Accept(AMetadataVisitor& v) override;                \
-                                                            \
- private:
-
-class AMergeableObject : public ARpObject {
-  QORL_OBJECT(AMergeableObject)
-};
 
 class AAttributeDefn : public ARpObject {
   QORL_OBJECT(AAttributeDefn)
@@ -97,16 +85,8 @@ class ACustomAuthenticator : public AMergeableObject {
   QORL_OBJECT(ACustomAuthenticator)
 };
 
-class ADataComposite : public AMergeableObject {
-  QORL_OBJECT(ADataComposite)
-};
-
 class ADimension : public AMergeableObject {
   QORL_OBJECT(ADimension)
-};
-
-class AEntity : public AMergeableObject {
-  QORL_OBJECT(AEntity)
 };
 
 class AGVSSecurity : public AMergeableObject {
@@ -127,14 +107,6 @@ class ALdapServer : public AMergeableObject {
 
 class ALogicalDisplayFolder : public AMergeableObject {
   QORL_OBJECT(ALogicalDisplayFolder)
-};
-
-class APAttribute : public AMergeableObject {
-  QORL_OBJECT(APAttribute)
-};
-
-class APhysicalDataFolder : public AMergeableObject {
-  QORL_OBJECT(APhysicalDataFolder)
 };
 
 class APhysicalDimension : public AMergeableObject {
@@ -173,8 +145,6 @@ class AUser : public AAuthorizer {
   QORL_OBJECT(AUser)
 };
 
-#include "store/physical_tables.h"
-
 class AAWTable : public ATable {
   QORL_OBJECT(AAWTable)
 };
@@ -199,14 +169,9 @@ class ACubeColumn : public AColumn {
   QORL_OBJECT(ACubeColumn)
 };
 
-#include "store/physical_sources.h"
-
 class AAnalyticWorkspace : public APhysicalDataFolder {
   QORL_OBJECT(AAnalyticWorkspace)
 };
-
-#include "store/logical_model.h"
-#include "store/logical_sources.h"
 
 class ALevel : public AEntity {
   QORL_OBJECT(ALevel)

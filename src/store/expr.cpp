@@ -2,6 +2,8 @@
 
 #include <unordered_set>
 
+#include "store/props.h"
+
 namespace qorl {
 
 ExprNamer::~ExprNamer() = default;
@@ -53,100 +55,85 @@ bool Expr::operator==(const Expr& o) const {
 // Encoding. Flags byte: bit 0 unparsed, bit 1 format text follows. Then the
 // token count and per token a varint head: (length << 1) for text followed by
 // its code points, or (zigzag(type) << 1 | 1) followed by the unique number.
+// The varints are those of the property blobs (store/props.h).
+namespace expr_blob {
 
-namespace {
+constexpr uint8_t kFlagUnparsed = 1;
+constexpr uint8_t kFlagFormatText = 2;
 
-constexpr uint8_t kExprFlagUnparsed = 1;
-constexpr uint8_t kExprFlagFormatText = 2;
-
-void PutExprVarint(ByteVector& out, uint64_t v) {
-  while (v >= 0x80) {
-    out.push_back(static_cast<uint8_t>(v | 0x80));
-    v >>= 7;
-  }
-  out.push_back(static_cast<uint8_t>(v));
+void PutText(BlobWriter& w, const VXString& s, uint64_t head) {
+  w.PutVarint(head);
+  for (char32_t c : s) w.PutVarint(c);
 }
 
-bool GetExprVarint(const uint8_t*& p, const uint8_t* end, uint64_t& v) {
-  v = 0;
-  for (int shift = 0; shift < 64; shift += 7) {
-    if (p == end) return false;
-    uint8_t b = *p++;
-    v |= static_cast<uint64_t>(b & 0x7F) << shift;
-    if (!(b & 0x80)) return true;
-  }
-  return false;
-}
-
-void PutExprText(ByteVector& out, const VXString& s, uint64_t head) {
-  PutExprVarint(out, head);
-  for (char32_t c : s) PutExprVarint(out, c);
-}
-
-bool GetExprText(const uint8_t*& p, const uint8_t* end, uint64_t n, VXString& s) {
+bool GetText(BlobReader& r, uint64_t n, VXString& s) {
   // Every code point takes at least one byte: reject counts the input cannot hold.
-  if (n > static_cast<uint64_t>(end - p)) return false;
+  if (n > static_cast<uint64_t>(r.End() - r.Pos())) return false;
   std::u32string buf;
   buf.reserve(static_cast<size_t>(n));
   for (uint64_t i = 0; i < n; ++i) {
-    uint64_t c;
-    if (!GetExprVarint(p, end, c) || c > 0xFFFFFFFFu) return false;
+    uint64_t c = r.GetVarint();
+    if (r.Failed() || c > 0xFFFFFFFFu) return false;
     buf.push_back(static_cast<char32_t>(c));
   }
   s = VXString(std::u32string_view(buf));
   return true;
 }
 
-}  // namespace
+}  // namespace expr_blob
 
 void Expr::Encode(ByteVector& out) const {
-  uint8_t flags = (m_unparsed ? kExprFlagUnparsed : 0) | (m_formatText.empty() ? 0 : kExprFlagFormatText);
-  out.push_back(flags);
-  if (flags & kExprFlagFormatText) PutExprText(out, m_formatText, m_formatText.size());
-  PutExprVarint(out, m_tokens.size());
+  using namespace expr_blob;
+  BlobWriter w(out);
+  uint8_t flags = (m_unparsed ? kFlagUnparsed : 0) | (m_formatText.empty() ? 0 : kFlagFormatText);
+  w.PutByte(flags);
+  if (flags & kFlagFormatText) PutText(w, m_formatText, m_formatText.size());
+  w.PutVarint(m_tokens.size());
   for (const ExprToken& t : m_tokens) {
     if (t.IsObject()) {
       int64_t type = t.id.GetTypeID();
       uint64_t zz = (static_cast<uint64_t>(type) << 1) ^ static_cast<uint64_t>(type >> 63);
-      PutExprVarint(out, (zz << 1) | 1);
-      PutExprVarint(out, t.id.m_uniqueNum.m_uniqueNum);
+      w.PutVarint((zz << 1) | 1);
+      w.PutVarint(t.id.m_uniqueNum.m_uniqueNum);
     } else {
-      PutExprText(out, t.text, static_cast<uint64_t>(t.text.size()) << 1);
+      PutText(w, t.text, static_cast<uint64_t>(t.text.size()) << 1);
     }
   }
 }
 
 bool Expr::Decode(const uint8_t*& p, const uint8_t* end) {
-  const uint8_t* q = p;
-  if (q == end) return false;
-  uint8_t flags = *q++;
-  if (flags & ~(kExprFlagUnparsed | kExprFlagFormatText)) return false;
+  using namespace expr_blob;
+  BlobReader r(p, end);
+  if (r.AtEnd()) return false;
+  uint8_t flags = r.GetByte();
+  if (flags & ~(kFlagUnparsed | kFlagFormatText)) return false;
   Expr e;
-  e.m_unparsed = (flags & kExprFlagUnparsed) != 0;
-  uint64_t n;
-  if (flags & kExprFlagFormatText) {
-    if (!GetExprVarint(q, end, n) || !GetExprText(q, end, n, e.m_formatText)) return false;
+  e.m_unparsed = (flags & kFlagUnparsed) != 0;
+  if (flags & kFlagFormatText) {
+    uint64_t n = r.GetVarint();
+    if (r.Failed() || !GetText(r, n, e.m_formatText)) return false;
   }
-  uint64_t count;
-  if (!GetExprVarint(q, end, count) || count > static_cast<uint64_t>(end - q)) return false;
+  uint64_t count = r.GetVarint();
+  if (r.Failed() || count > static_cast<uint64_t>(r.End() - r.Pos())) return false;
   e.m_tokens.reserve(static_cast<size_t>(count));
   for (uint64_t i = 0; i < count; ++i) {
-    uint64_t head;
-    if (!GetExprVarint(q, end, head)) return false;
+    uint64_t head = r.GetVarint();
+    if (r.Failed()) return false;
     if (head & 1) {
-      uint64_t zz = head >> 1, num;
+      uint64_t zz = head >> 1;
       int64_t type = static_cast<int64_t>(zz >> 1) ^ -static_cast<int64_t>(zz & 1);
       if (type < INT32_MIN || type > INT32_MAX) return false;
-      if (!GetExprVarint(q, end, num) || num > 0xFFFFFFFFu) return false;
+      uint64_t num = r.GetVarint();
+      if (r.Failed() || num > 0xFFFFFFFFu) return false;
       e.AppendObject(VoidID(static_cast<TypeID>(type), UniqueNum(static_cast<uint32_t>(num))));
     } else {
       VXString s;
-      if (!GetExprText(q, end, head >> 1, s)) return false;
+      if (!GetText(r, head >> 1, s)) return false;
       e.AppendText(s);
     }
   }
   *this = std::move(e);
-  p = q;
+  p = r.Pos();
   return true;
 }
 

@@ -1,20 +1,22 @@
 // Store side of business models, logical tables, columns, keys, foreign keys
 // and joins: property tables, references, and the properties of join roles.
 #include "store/gateway.h"
+#include "store/object_refs.h"
 #include "store/props.h"
 
 namespace qorl {
 
 // ---- multiplicity ---------------------------------------------------------------
 
-namespace {
+// The text of a multiplicity: "lower..upper" or one bound, "*" for unbounded.
+namespace multiplicity_text {
 
-constexpr char32_t kLmodUnboundedMark = U'*';
-constexpr std::u32string_view kLmodRangeMark = U"..";
+constexpr char32_t kUnboundedMark = U'*';
+constexpr std::u32string_view kRangeMark = U"..";
 
 // One bound: decimal digits, or "*" for unbounded.
-bool LmodReadBound(std::u32string_view text, int32_t& out) {
-  if (text.size() == 1 && text[0] == kLmodUnboundedMark) {
+bool ReadBound(std::u32string_view text, int32_t& out) {
+  if (text.size() == 1 && text[0] == kUnboundedMark) {
     out = Multiplicity::kUnbounded;
     return true;
   }
@@ -28,20 +30,20 @@ bool LmodReadBound(std::u32string_view text, int32_t& out) {
   return true;
 }
 
-VXString LmodBoundText(int32_t v) {
-  return v == Multiplicity::kUnbounded ? VXString(std::u32string_view(&kLmodUnboundedMark, 1)) : VXString::FromInt(v);
+VXString BoundText(int32_t v) {
+  return v == Multiplicity::kUnbounded ? VXString(std::u32string_view(&kUnboundedMark, 1)) : VXString::FromInt(v);
 }
 
-bool LmodBoundsFit(int32_t lower, int32_t upper) {
+bool BoundsFit(int32_t lower, int32_t upper) {
   if (lower < Multiplicity::kUnbounded || upper < Multiplicity::kUnbounded) return false;
   if (upper == Multiplicity::kUnbounded) return true;
   return lower != Multiplicity::kUnbounded && lower <= upper;
 }
 
-}  // namespace
+}  // namespace multiplicity_text
 
 Multiplicity::Multiplicity(int32_t lower, int32_t upper) {
-  if (!LmodBoundsFit(lower, upper)) return;
+  if (!multiplicity_text::BoundsFit(lower, upper)) return;
   m_bSet = true;
   m_lower = lower;
   m_upper = upper;
@@ -49,12 +51,13 @@ Multiplicity::Multiplicity(int32_t lower, int32_t upper) {
 
 Multiplicity::Multiplicity(const VXString& text) {
   std::u32string_view t = text.view();
-  size_t at = t.find(kLmodRangeMark);
+  size_t at = t.find(multiplicity_text::kRangeMark);
   int32_t lower, upper;
   if (at == std::u32string_view::npos) {
-    if (!LmodReadBound(t, lower)) return;
+    if (!multiplicity_text::ReadBound(t, lower)) return;
     upper = lower;
-  } else if (!LmodReadBound(t.substr(0, at), lower) || !LmodReadBound(t.substr(at + kLmodRangeMark.size()), upper)) {
+  } else if (!multiplicity_text::ReadBound(t.substr(0, at), lower) ||
+             !multiplicity_text::ReadBound(t.substr(at + multiplicity_text::kRangeMark.size()), upper)) {
     return;
   }
   *this = Multiplicity(lower, upper);
@@ -62,10 +65,10 @@ Multiplicity::Multiplicity(const VXString& text) {
 
 VXString Multiplicity::ToString() const {
   if (!m_bSet) return VXString();
-  VXString s = LmodBoundText(m_lower);
+  VXString s = multiplicity_text::BoundText(m_lower);
   if (m_upper != m_lower) {
-    s += kLmodRangeMark;
-    s += LmodBoundText(m_upper);
+    s += multiplicity_text::kRangeMark;
+    s += multiplicity_text::BoundText(m_upper);
   }
   return s;
 }
@@ -93,28 +96,6 @@ struct PropCodec<RoleProps> {
   }
 };
 
-namespace {
-
-template <class T>
-Ref<T> LmodRefOf(ARpGateway* rp, const VoidID& id) {
-  return id.IsNullID() || !rp ? Ref<T>() : Ref<T>(RefARpObject(rp, id));
-}
-
-// Moves `obj` under `next`, keeping the owner's list `rel` of a logical table
-// in step: the former table drops the object, the new one appends it.
-void LmodMoveUnderTable(ARpObject& obj, const RefARpObject& next, RelID rel) {
-  ARpGateway* rp = obj.GetGateway();
-  if (!rp) return;
-  VoidID former = obj.GetParentID();
-  VoidID target = LogicalModelIdOf(next);
-  if (!former.IsNullID() && former != target && former.GetTypeID() == kTIDALogicalTable)
-    BinaryRelIterBase(rp, former, rel).Erase(obj.GetID());
-  rp->SetParent(&obj, target);
-  if (!target.IsNullID() && target.GetTypeID() == kTIDALogicalTable) BinaryRelIterBase(rp, target, rel).Insert(obj.GetID());
-}
-
-}  // namespace
-
 // ---- business model -------------------------------------------------------------
 
 std::span<const PropDesc> ASubjectArea::OwnProperties() {
@@ -140,15 +121,13 @@ std::span<const PropDesc> ALogicalTable::OwnProperties() {
 
 RefASubjectArea ALogicalTable::GetSubjectArea() const { return RefASubjectArea(GetParent()); }
 
-void ALogicalTable::SetSubjectArea(const RefARpObject& businessModel) {
-  if (ARpGateway* rp = GetGateway()) rp->SetParent(this, LogicalModelIdOf(businessModel));
-}
+void ALogicalTable::SetSubjectArea(const RefARpObject& businessModel) { SetParentOf(*this, businessModel); }
 
 RefAAttribute ALogicalTable::GetClassicStarLevelColumn() const {
-  return LmodRefOf<AAttribute>(GetGateway(), m_levelColumn);
+  return RefOf<AAttribute>(GetGateway(), m_levelColumn);
 }
 
-RefAKey ALogicalTable::GetPrimaryKey() const { return LmodRefOf<AKey>(GetGateway(), m_primaryKey); }
+RefAKey ALogicalTable::GetPrimaryKey() const { return RefOf<AKey>(GetGateway(), m_primaryKey); }
 
 Ref<ALogicalSourceFolder> ALogicalTable::GetSourceFolder() const {
   ARpGateway* rp = GetGateway();
@@ -156,7 +135,7 @@ Ref<ALogicalSourceFolder> ALogicalTable::GetSourceFolder() const {
   VoidIDVector children;
   rp->GetChildren(GetID(), children);
   for (const VoidID& c : children)
-    if (c.GetTypeID() == kTIDALogicalSourceFolder) return LmodRefOf<ALogicalSourceFolder>(rp, c);
+    if (c.GetTypeID() == kTIDALogicalSourceFolder) return RefOf<ALogicalSourceFolder>(rp, c);
   return {};
 }
 
@@ -180,10 +159,10 @@ std::span<const PropDesc> AAttribute::OwnProperties() {
 
 RefALogicalTable AAttribute::GetLogicalTable() const { return RefALogicalTable(GetParent()); }
 
-void AAttribute::SetLogicalTable(const RefARpObject& table) { LmodMoveUnderTable(*this, table, kRelLogicalTableColumns); }
+void AAttribute::SetLogicalTable(const RefARpObject& table) { SetParentInList(*this, table, kRelLogicalTableColumns, kTIDALogicalTable); }
 
-RefAAttribute AAttribute::GetCustomSortOrder() const { return LmodRefOf<AAttribute>(GetGateway(), m_customSortOrder); }
-RefAAttribute AAttribute::GetDescriptorID() const { return LmodRefOf<AAttribute>(GetGateway(), m_descriptorID); }
+RefAAttribute AAttribute::GetCustomSortOrder() const { return RefOf<AAttribute>(GetGateway(), m_customSortOrder); }
+RefAAttribute AAttribute::GetDescriptorID() const { return RefOf<AAttribute>(GetGateway(), m_descriptorID); }
 
 // ---- key ------------------------------------------------------------------------
 
@@ -197,7 +176,7 @@ std::span<const PropDesc> AKey::OwnProperties() {
 
 RefAEntity AKey::GetContainerEntity() const { return RefAEntity(GetParent()); }
 
-void AKey::SetContainerEntity(const RefARpObject& entity) { LmodMoveUnderTable(*this, entity, kRelLogicalTableKeys); }
+void AKey::SetContainerEntity(const RefARpObject& entity) { SetParentInList(*this, entity, kRelLogicalTableKeys, kTIDALogicalTable); }
 
 bool AKey::IsPrimaryKey() const {
   RefALogicalTable table(GetParent());
@@ -218,12 +197,12 @@ std::span<const PropDesc> ALogicalForeignKey::OwnProperties() {
 RefALogicalTable ALogicalForeignKey::GetContainerEntity() const { return RefALogicalTable(GetParent()); }
 
 void ALogicalForeignKey::SetContainerEntity(const RefARpObject& table) {
-  LmodMoveUnderTable(*this, table, kRelLogicalTableForeignKeys);
+  SetParentInList(*this, table, kRelLogicalTableForeignKeys, kTIDALogicalTable);
 }
 
-RefAKey ALogicalForeignKey::GetCounterpartKey() const { return LmodRefOf<AKey>(GetGateway(), m_counterpartKey); }
+RefAKey ALogicalForeignKey::GetCounterpartKey() const { return RefOf<AKey>(GetGateway(), m_counterpartKey); }
 RefALogicalTable ALogicalForeignKey::GetDrivingTable() const {
-  return LmodRefOf<ALogicalTable>(GetGateway(), m_drivingTable);
+  return RefOf<ALogicalTable>(GetGateway(), m_drivingTable);
 }
 
 // ---- join and roles ---------------------------------------------------------------
@@ -237,7 +216,7 @@ std::span<const PropDesc> ARelationship::OwnProperties() {
   return props;
 }
 
-RefALogicalTable ARelationship::GetDrivingTable() const { return LmodRefOf<ALogicalTable>(GetGateway(), m_drivingTable); }
+RefALogicalTable ARelationship::GetDrivingTable() const { return RefOf<ALogicalTable>(GetGateway(), m_drivingTable); }
 
 const RoleProps* ARelationship::FindRoleProps(const VoidID& role) const {
   auto it = m_roleProps.find(role);
@@ -253,50 +232,51 @@ void ARelationship::EraseRoleProps(const VoidID& role) {
   if (m_roleProps.erase(role)) MarkDirty();
 }
 
-namespace {
+// A role keeps no data of its own: its join holds it, by the role's id.
+namespace role_props {
 
-ARelationship* LmodJoinOf(const ARole& role) {
+ARelationship* JoinOf(const ARole& role) {
   ARpGateway* rp = role.GetGateway();
   if (!rp || role.GetParentID().IsNullID()) return nullptr;
   return dynamic_cast<ARelationship*>(rp->Lookup(role.GetParentID()));
 }
 
-RoleProps LmodPropsOf(const ARole& role) {
-  ARelationship* join = LmodJoinOf(role);
+RoleProps PropsOf(const ARole& role) {
+  ARelationship* join = JoinOf(role);
   const RoleProps* p = join ? join->FindRoleProps(role.GetID()) : nullptr;
   return p ? *p : RoleProps();
 }
 
 template <class F>
-bool LmodChangeProps(ARole& role, F&& change) {
-  ARelationship* join = LmodJoinOf(role);
+bool ChangeProps(ARole& role, F&& change) {
+  ARelationship* join = JoinOf(role);
   if (!join) return false;
-  RoleProps p = LmodPropsOf(role);
+  RoleProps p = PropsOf(role);
   change(p);
   join->SetRoleProps(role.GetID(), p);
   return true;
 }
 
-}  // namespace
+}  // namespace role_props
 
-Multiplicity ARoleAccess::GetMultiplicity(const ARole& role) { return LmodPropsOf(role).multiplicity; }
+Multiplicity ARoleAccess::GetMultiplicity(const ARole& role) { return role_props::PropsOf(role).multiplicity; }
 
 bool ARoleAccess::SetMultiplicity(ARole& role, const Multiplicity& m) {
-  return LmodChangeProps(role, [&](RoleProps& p) { p.multiplicity = m; });
+  return role_props::ChangeProps(role, [&](RoleProps& p) { p.multiplicity = m; });
 }
 
-bool ARoleAccess::IsAggregate(const ARole& role) { return LmodPropsOf(role).bAggregate; }
+bool ARoleAccess::IsAggregate(const ARole& role) { return role_props::PropsOf(role).bAggregate; }
 
 bool ARoleAccess::SetAggregate(ARole& role, bool b) {
-  return LmodChangeProps(role, [&](RoleProps& p) { p.bAggregate = b; });
+  return role_props::ChangeProps(role, [&](RoleProps& p) { p.bAggregate = b; });
 }
 
 RefAEntity ARoleAccess::GetParticipatingEntity(const ARole& role) {
-  return LmodRefOf<AEntity>(role.GetGateway(), LmodPropsOf(role).entity);
+  return RefOf<AEntity>(role.GetGateway(), role_props::PropsOf(role).entity);
 }
 
 bool ARoleAccess::SetParticipatingEntity(ARole& role, const RefARpObject& entity) {
-  return LmodChangeProps(role, [&](RoleProps& p) { p.entity = LogicalModelIdOf(entity); });
+  return role_props::ChangeProps(role, [&](RoleProps& p) { p.entity = IdOf(entity); });
 }
 
 }  // namespace qorl

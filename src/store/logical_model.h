@@ -1,17 +1,26 @@
 // Store classes of the logical model: business model, logical table, column,
-// key, foreign key, complex join. Included by classes.h at the place of the class tree.
-// A fragment: classes.h includes it inside namespace qorl; put any #include
-// this family needs at the top of classes.h.
+// key, foreign key, join.
 //
-// References to other objects are kept as ids and turned into references on
-// the way out, as the physical classes do. The join type is the enumeration
-// of model/codecs.h, declared opaquely so the store does not depend on it.
+// References to other objects are kept as ids (store/object_refs.h), as the
+// physical classes do. The join type is the enumeration of model/codecs.h,
+// declared opaquely so the store does not depend on it.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <span>
+
+#include "platform/vxstring.h"
+#include "store/class_bases.h"
+#include "store/expr.h"
+#include "store/object_refs.h"
+#include "store/relation.h"
+
+namespace qorl {
 
 namespace QORLUtility {
 enum JoinType : int;
 }  // namespace QORLUtility
-
-inline VoidID LogicalModelIdOf(const RefARpObject& o) { return o.IsNullRef() ? VoidID::NullID : o.GetID(); }
 
 // How many objects one end of a join stands for: a lower and an upper bound,
 // each a count or unbounded. The text is "lower..upper", or a single bound
@@ -82,9 +91,9 @@ class ALogicalTable : public AEntity {
   void GetDiagramPosition(int32_t& x, int32_t& y) const { x = m_diagramX; y = m_diagramY; }
   void SetDiagramPosition(int32_t x, int32_t y) { m_diagramX = x; m_diagramY = y; MarkDirty(); }
   RefAAttribute GetClassicStarLevelColumn() const;
-  void SetClassicStarLevelColumn(const RefARpObject& c) { m_levelColumn = LogicalModelIdOf(c); MarkDirty(); }
+  void SetClassicStarLevelColumn(const RefARpObject& c) { m_levelColumn = IdOf(c); MarkDirty(); }
   RefAKey GetPrimaryKey() const;
-  void SetPrimaryKey(const RefARpObject& k) { m_primaryKey = LogicalModelIdOf(k); MarkDirty(); }
+  void SetPrimaryKey(const RefARpObject& k) { m_primaryKey = IdOf(k); MarkDirty(); }
 
   // The internal folder of the table's sources: its child of that type, if any.
   Ref<ALogicalSourceFolder> GetSourceFolder() const;
@@ -134,9 +143,9 @@ class AAttribute : public AMergeableObject {
   const Expr& GetAttributeDefnExpr() const { return m_attrDefnExpr; }
   void SetAttributeDefnExpr(const Expr& e) { m_attrDefnExpr = e; MarkDirty(); }
   RefAAttribute GetCustomSortOrder() const;
-  void SetCustomSortOrder(const RefARpObject& c) { m_customSortOrder = LogicalModelIdOf(c); MarkDirty(); }
+  void SetCustomSortOrder(const RefARpObject& c) { m_customSortOrder = IdOf(c); MarkDirty(); }
   RefAAttribute GetDescriptorID() const;
-  void SetDescriptorID(const RefARpObject& c) { m_descriptorID = LogicalModelIdOf(c); MarkDirty(); }
+  void SetDescriptorID(const RefARpObject& c) { m_descriptorID = IdOf(c); MarkDirty(); }
 
   BinaryRelIter<ALevel> GetLevelAssociations() const {
     return BinaryRelIter<ALevel>(GetGateway(), GetID(), kRelLogicalColumnLevels);
@@ -193,9 +202,9 @@ class ALogicalForeignKey : public AMergeableObject {
   void SetJoinType(QORLUtility::JoinType t) { m_joinType = t; MarkDirty(); }
   // The key on the other table.
   RefAKey GetCounterpartKey() const;
-  void SetCounterpartKey(const RefARpObject& k) { m_counterpartKey = LogicalModelIdOf(k); MarkDirty(); }
+  void SetCounterpartKey(const RefARpObject& k) { m_counterpartKey = IdOf(k); MarkDirty(); }
   RefALogicalTable GetDrivingTable() const;
-  void SetDrivingTable(const RefARpObject& t) { m_drivingTable = LogicalModelIdOf(t); MarkDirty(); }
+  void SetDrivingTable(const RefARpObject& t) { m_drivingTable = IdOf(t); MarkDirty(); }
 
   // The columns of this table that point at the key, in key order.
   BinaryRelIter<AAttribute> GetAttributes() const {
@@ -216,7 +225,7 @@ class ARelationship : public AMergeableObject {
   QORLUtility::JoinType GetJoinType() const { return m_joinType; }
   void SetJoinType(QORLUtility::JoinType t) { m_joinType = t; MarkDirty(); }
   RefALogicalTable GetDrivingTable() const;
-  void SetDrivingTable(const RefARpObject& t) { m_drivingTable = LogicalModelIdOf(t); MarkDirty(); }
+  void SetDrivingTable(const RefARpObject& t) { m_drivingTable = IdOf(t); MarkDirty(); }
 
   // The join's ends, in order. Roles are internal objects, children of the join.
   BinaryRelIter<ARole> GetRoles() const { return BinaryRelIter<ARole>(GetGateway(), GetID(), kRelRelationshipRoles); }
@@ -245,3 +254,5 @@ bool SetAggregate(ARole& role, bool b);
 RefAEntity GetParticipatingEntity(const ARole& role);
 bool SetParticipatingEntity(ARole& role, const RefARpObject& entity);
 }  // namespace ARoleAccess
+
+}  // namespace qorl

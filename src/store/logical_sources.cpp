@@ -2,6 +2,7 @@
 // rules: property tables, references, and the stored form of a source's
 // definition (join graph and column mappings).
 #include "store/gateway.h"
+#include "store/object_refs.h"
 #include "store/props.h"
 
 namespace qorl {
@@ -43,19 +44,6 @@ struct PropCodec<GraphNode> {
 };
 
 template <>
-struct PropCodec<std::pair<Expr, Expr>> {
-  static constexpr PropKind kind = PropKind::Custom;
-  static void Save(BlobWriter& w, const std::pair<Expr, Expr>& p) {
-    PropCodec<Expr>::Save(w, p.first);
-    PropCodec<Expr>::Save(w, p.second);
-  }
-  static void Load(BlobReader& r, std::pair<Expr, Expr>& p) {
-    PropCodec<Expr>::Load(r, p.first);
-    PropCodec<Expr>::Load(r, p.second);
-  }
-};
-
-template <>
 struct PropCodec<ALogicalTableSource::SourceDefinition> {
   static constexpr PropKind kind = PropKind::Custom;
   static void Save(BlobWriter& w, const ALogicalTableSource::SourceDefinition& d) {
@@ -71,27 +59,6 @@ struct PropCodec<ALogicalTableSource::SourceDefinition> {
     PropCodec<Expr>::Load(r, d.m_physicalDetailFilter);
   }
 };
-
-namespace {
-
-template <class T>
-Ref<T> LsrcRefOf(ARpGateway* rp, const VoidID& id) {
-  return id.IsNullID() || !rp ? Ref<T>() : Ref<T>(RefARpObject(rp, id));
-}
-
-// Makes `measure` the rule's parent and appends the rule to the measure's
-// list `rel`, leaving the list of a former measure.
-void LsrcSetRuleMeasure(ARpObject& rule, const RefARpObject& measure, RelID rel) {
-  ARpGateway* rp = rule.GetGateway();
-  if (!rp) return;
-  VoidID former = rule.GetParentID();
-  VoidID next = measure.IsNullRef() ? VoidID::NullID : measure.GetID();
-  if (!former.IsNullID() && former != next) BinaryRelIterBase(rp, former, rel).Erase(rule.GetID());
-  rp->SetParent(&rule, next);
-  if (!next.IsNullID()) BinaryRelIterBase(rp, next, rel).Insert(rule.GetID());
-}
-
-}  // namespace
 
 bool GraphNode::AddLink(const DirectedLink& link) {
   for (const DirectedLink& l : m_adjacentLinks)
@@ -123,11 +90,9 @@ std::span<const PropDesc> ALogicalTableSource::OwnProperties() {
 
 RefALogicalTable ALogicalTableSource::GetLogicalTable() const { return RefALogicalTable(GetParent()); }
 
-void ALogicalTableSource::SetLogicalTable(const RefARpObject& table) {
-  if (ARpGateway* rp = GetGateway()) rp->SetParent(this, table.IsNullRef() ? VoidID::NullID : table.GetID());
-}
+void ALogicalTableSource::SetLogicalTable(const RefARpObject& table) { SetParentOf(*this, table); }
 
-RefATable ALogicalTableSource::GetClosureTable() const { return LsrcRefOf<ATable>(GetGateway(), m_closureTable); }
+RefATable ALogicalTableSource::GetClosureTable() const { return RefOf<ATable>(GetGateway(), m_closureTable); }
 
 // ---- measure definition -------------------------------------------------------------
 
@@ -140,9 +105,7 @@ std::span<const PropDesc> AMeasureDefn::OwnProperties() {
 
 RefAAttribute AMeasureDefn::GetContainerAttribute() const { return RefAAttribute(GetParent()); }
 
-void AMeasureDefn::SetContainerAttribute(const RefARpObject& column) {
-  if (ARpGateway* rp = GetGateway()) rp->SetParent(this, column.IsNullRef() ? VoidID::NullID : column.GetID());
-}
+void AMeasureDefn::SetContainerAttribute(const RefARpObject& column) { SetParentOf(*this, column); }
 
 // ---- rules --------------------------------------------------------------------------
 
@@ -155,8 +118,8 @@ std::span<const PropDesc> AAggrRule::OwnProperties() {
 }
 
 RefAMeasureDefn AAggrRule::GetMeasureDefn() const { return RefAMeasureDefn(GetParent()); }
-void AAggrRule::SetMeasureDefn(const RefARpObject& measure) { LsrcSetRuleMeasure(*this, measure, kRelMeasureAggrRules); }
-RefADimension AAggrRule::GetDimension() const { return LsrcRefOf<ADimension>(GetGateway(), m_dimension); }
+void AAggrRule::SetMeasureDefn(const RefARpObject& measure) { SetParentInList(*this, measure, kRelMeasureAggrRules); }
+RefADimension AAggrRule::GetDimension() const { return RefOf<ADimension>(GetGateway(), m_dimension); }
 
 std::span<const PropDesc> AOverrideAggrRule::OwnProperties() {
   static const PropDesc props[] = {
@@ -168,10 +131,10 @@ std::span<const PropDesc> AOverrideAggrRule::OwnProperties() {
 
 RefAMeasureDefn AOverrideAggrRule::GetMeasureDefn() const { return RefAMeasureDefn(GetParent()); }
 void AOverrideAggrRule::SetMeasureDefn(const RefARpObject& measure) {
-  LsrcSetRuleMeasure(*this, measure, kRelMeasureOverrideAggrRules);
+  SetParentInList(*this, measure, kRelMeasureOverrideAggrRules);
 }
 RefALogicalTableSource AOverrideAggrRule::GetLogicalTableSource() const {
-  return LsrcRefOf<ALogicalTableSource>(GetGateway(), m_logicalTableSource);
+  return RefOf<ALogicalTableSource>(GetGateway(), m_logicalTableSource);
 }
 
 }  // namespace qorl

@@ -1,11 +1,22 @@
 // Store classes of logical sources and measures: table source, aggregation
-// rules, measure definition. Included by classes.h at the place of the class tree.
-// A fragment: classes.h includes it inside namespace qorl; put any #include
-// this family needs at the top of classes.h.
+// rules, measure definition.
 //
-// References to other objects are kept as ids, as in the physical classes.
-// The join and cardinality enumerations are those of model/codecs.h,
-// declared opaquely here.
+// References to other objects are kept as ids (store/object_refs.h), as in
+// the physical classes. The join and cardinality enumerations are those of
+// model/codecs.h, declared opaquely here.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include "store/class_bases.h"
+#include "store/expr.h"
+#include "store/object_refs.h"
+#include "store/relation.h"
+
+namespace qorl {
 
 namespace QORLUtility {
 enum JoinType : int;
@@ -97,7 +108,7 @@ class ALogicalTableSource : public AMergeableObject {
   const Expr& GetFragmentContent() const { return m_fragmentContent; }
   void SetFragmentContent(const Expr& e) { m_fragmentContent = e; MarkDirty(); }
   RefATable GetClosureTable() const;
-  void SetClosureTable(const RefARpObject& t) { m_closureTable = t.IsNullRef() ? VoidID::NullID : t.GetID(); MarkDirty(); }
+  void SetClosureTable(const RefARpObject& t) { m_closureTable = IdOf(t); MarkDirty(); }
 
  private:
   bool m_bActive = false;
@@ -150,7 +161,7 @@ class AAggrRule : public ARpObject {
   const Expr& GetAggrExpr() const { return m_aggrExpr; }
   void SetAggrExpr(const Expr& e) { m_aggrExpr = e; MarkDirty(); }
   RefADimension GetDimension() const;
-  void SetDimension(const RefARpObject& d) { m_dimension = d.IsNullRef() ? VoidID::NullID : d.GetID(); MarkDirty(); }
+  void SetDimension(const RefARpObject& d) { m_dimension = IdOf(d); MarkDirty(); }
   // A rule without a dimension is the measure's default rule.
   bool IsDefaultAggrRule() const { return GetDimension().IsNullRef(); }
 
@@ -170,7 +181,7 @@ class AOverrideAggrRule : public ARpObject {
   // The source whose aggregation the rule overrides.
   RefALogicalTableSource GetLogicalTableSource() const;
   void SetLogicalTableSource(const RefARpObject& s) {
-    m_logicalTableSource = s.IsNullRef() ? VoidID::NullID : s.GetID();
+    m_logicalTableSource = IdOf(s);
     MarkDirty();
   }
   const Expr& GetOverrideAggrExpr() const { return m_overrideAggrExpr; }
@@ -180,3 +191,5 @@ class AOverrideAggrRule : public ARpObject {
   Expr m_overrideAggrExpr;
   VoidID m_logicalTableSource;
 };
+
+}  // namespace qorl

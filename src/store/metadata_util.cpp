@@ -6,6 +6,7 @@
 #include "model/registry.h"
 #include "platform/crypto.h"
 #include "store/expr.h"
+#include "store/object_refs.h"
 
 namespace qorl {
 
@@ -97,9 +98,7 @@ RefARpObject MetadataUtil::GetParent(const RefARpObject& obj) {
 }
 
 void MetadataUtil::SetParent(const RefARpObject& obj, const RefARpObject& parent) {
-  ARpObject* o = obj.GetRawObjPtr();
-  if (!o) return;
-  o->GetGateway()->SetParent(o, parent.IsNullRef() ? VoidID::NullID : parent.GetID());
+  if (ARpObject* o = obj.GetRawObjPtr()) SetParentOf(*o, parent);
 }
 
 void MetadataUtil::GetDeleteDescendants(const RefARpObject& obj, RpObjectVector& out) {

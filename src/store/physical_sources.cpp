@@ -3,38 +3,10 @@
 // features and properties.
 #include "model/db_features.h"
 #include "store/gateway.h"
-#include "store/metadata_util.h"
+#include "store/object_refs.h"
 #include "store/props.h"
 
 namespace qorl {
-
-// Connect scripts and configuration parameters are lists of pairs.
-template <class A, class B>
-struct PropCodec<std::pair<A, B>> {
-  static constexpr PropKind kind = PropKind::Custom;
-  static void Save(BlobWriter& w, const std::pair<A, B>& v) {
-    PropCodec<A>::Save(w, v.first);
-    PropCodec<B>::Save(w, v.second);
-  }
-  static void Load(BlobReader& r, std::pair<A, B>& v) {
-    PropCodec<A>::Load(r, v.first);
-    PropCodec<B>::Load(r, v.second);
-  }
-};
-
-namespace {
-
-// The parent as the given class, null when it is of another class.
-template <class T>
-Ref<T> PsrcParentAs(const ARpObject& obj) {
-  return Ref<T>(obj.GetParent());
-}
-
-void PsrcSetParent(ARpObject& obj, const RefARpObject& parent) {
-  MetadataUtil::SetParent(RefARpObject(&obj), parent);
-}
-
-}  // namespace
 
 // ---- database -------------------------------------------------------------------
 
@@ -138,8 +110,8 @@ std::span<const PropDesc> AConnectionPool::OwnProperties() {
   return props;
 }
 
-RefADatabase AConnectionPool::GetDatabase() const { return PsrcParentAs<ADatabase>(*this); }
-void AConnectionPool::SetDatabase(const RefADatabase& db) { PsrcSetParent(*this, db); }
+RefADatabase AConnectionPool::GetDatabase() const { return RefADatabase(GetParent()); }
+void AConnectionPool::SetDatabase(const RefADatabase& db) { SetParentOf(*this, db); }
 
 // ---- catalog, schema, display folder ----------------------------------------------
 
@@ -150,8 +122,8 @@ std::span<const PropDesc> ACatalog::OwnProperties() {
   return props;
 }
 
-RefADatabase ACatalog::GetDatabase() const { return PsrcParentAs<ADatabase>(*this); }
-void ACatalog::SetDatabase(const RefADatabase& db) { PsrcSetParent(*this, db); }
+RefADatabase ACatalog::GetDatabase() const { return RefADatabase(GetParent()); }
+void ACatalog::SetDatabase(const RefADatabase& db) { SetParentOf(*this, db); }
 
 std::span<const PropDesc> ASchema::OwnProperties() {
   static const PropDesc props[] = {
@@ -161,10 +133,10 @@ std::span<const PropDesc> ASchema::OwnProperties() {
   return props;
 }
 
-RefAPhysicalDataFolder ASchema::GetContainer() const { return PsrcParentAs<APhysicalDataFolder>(*this); }
-void ASchema::SetContainer(const RefAPhysicalDataFolder& container) { PsrcSetParent(*this, container); }
+RefAPhysicalDataFolder ASchema::GetContainer() const { return RefAPhysicalDataFolder(GetParent()); }
+void ASchema::SetContainer(const RefAPhysicalDataFolder& container) { SetParentOf(*this, container); }
 
-RefADatabase APhysicalDisplayFolder::GetDatabase() const { return PsrcParentAs<ADatabase>(*this); }
-void APhysicalDisplayFolder::SetDatabase(const RefADatabase& db) { PsrcSetParent(*this, db); }
+RefADatabase APhysicalDisplayFolder::GetDatabase() const { return RefADatabase(GetParent()); }
+void APhysicalDisplayFolder::SetDatabase(const RefADatabase& db) { SetParentOf(*this, db); }
 
 }  // namespace qorl

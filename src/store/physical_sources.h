@@ -1,12 +1,23 @@
 // Store classes of the physical sources: database, connection pool, catalog,
-// schema, display folder. Included by classes.h at the place of the class tree.
-// A fragment: classes.h includes it inside namespace qorl; put any #include
-// this family needs at the top of classes.h.
+// schema, display folder.
 //
 // The features and properties of a database are kept in the plain forms of
 // model/db_features.h (changed feature values as text, properties as flat
-// key/value lists), so this fragment needs nothing beyond classes.h; the
-// accessors hand out the full tables, for which callers include that header.
+// key/value lists), so this header needs only their names; the accessors
+// hand out the full tables, for which callers include that header.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include "platform/vxstring.h"
+#include "store/class_bases.h"
+#include "store/relation.h"
+
+namespace qorl {
 
 class DatabaseFeaturesTable;
 class SUPropertiesTable;
@@ -302,3 +313,5 @@ class APhysicalDisplayFolder : public AMergeableObject {
     return BinaryRelIter<ATable>(GetGateway(), GetID(), kRelPhysicalDisplayFolderTables);
   }
 };
+
+}  // namespace qorl

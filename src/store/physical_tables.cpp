@@ -1,6 +1,7 @@
 // Store side of physical tables, columns, keys, foreign keys and joins:
 // property tables, references and the table's replication map.
 #include "store/gateway.h"
+#include "store/object_refs.h"
 #include "store/props.h"
 
 namespace qorl {
@@ -39,19 +40,6 @@ struct PropCodec<ReplicationMap> {
     }
   }
 };
-
-namespace {
-
-template <class T>
-Ref<T> PtabRefOf(ARpGateway* rp, const VoidID& id) {
-  return id.IsNullID() ? Ref<T>() : Ref<T>(RefARpObject(rp, id));
-}
-
-void PtabSetParent(ARpObject& obj, const RefARpObject& parent) {
-  if (ARpGateway* rp = obj.GetGateway()) rp->SetParent(&obj, ATable::IdOf(parent));
-}
-
-}  // namespace
 
 // ---- table --------------------------------------------------------------------
 
@@ -95,7 +83,7 @@ std::span<const PropDesc> ATable::OwnProperties() {
   return props;
 }
 
-void ATable::SetContainer(const RefARpObject& container) { PtabSetParent(*this, container); }
+void ATable::SetContainer(const RefARpObject& container) { SetParentOf(*this, container); }
 
 void ATable::CleanReplicationMap() {
   ARpGateway* rp = GetGateway();
@@ -114,14 +102,14 @@ void ATable::CleanReplicationMap() {
   if (changed) MarkDirty();
 }
 
-RefATable ATable::GetSourceTable() const { return PtabRefOf<ATable>(GetGateway(), m_sourceTable); }
+RefATable ATable::GetSourceTable() const { return RefOf<ATable>(GetGateway(), m_sourceTable); }
 RefAConnectionPool ATable::GetSourceConnectionPool() const {
-  return PtabRefOf<AConnectionPool>(GetGateway(), m_sourceConnPool);
+  return RefOf<AConnectionPool>(GetGateway(), m_sourceConnPool);
 }
-RefAColumn ATable::GetMemberKeyColumn() const { return PtabRefOf<AColumn>(GetGateway(), m_memberKeyColumn); }
-RefAColumn ATable::GetParentKeyColumn() const { return PtabRefOf<AColumn>(GetGateway(), m_parentKeyColumn); }
-RefAColumn ATable::GetDistanceColumn() const { return PtabRefOf<AColumn>(GetGateway(), m_distanceColumn); }
-RefAColumn ATable::GetIsLeafColumn() const { return PtabRefOf<AColumn>(GetGateway(), m_isLeafColumn); }
+RefAColumn ATable::GetMemberKeyColumn() const { return RefOf<AColumn>(GetGateway(), m_memberKeyColumn); }
+RefAColumn ATable::GetParentKeyColumn() const { return RefOf<AColumn>(GetGateway(), m_parentKeyColumn); }
+RefAColumn ATable::GetDistanceColumn() const { return RefOf<AColumn>(GetGateway(), m_distanceColumn); }
+RefAColumn ATable::GetIsLeafColumn() const { return RefOf<AColumn>(GetGateway(), m_isLeafColumn); }
 
 // ---- column -------------------------------------------------------------------
 
@@ -144,22 +132,14 @@ std::span<const PropDesc> AColumn::OwnProperties() {
 
 RefATable AColumn::GetTable() const { return RefATable(GetParent()); }
 
-void AColumn::SetTable(const RefARpObject& table) {
-  ARpGateway* rp = GetGateway();
-  if (!rp) return;
-  VoidID former = GetParentID();
-  VoidID next = ATable::IdOf(table);
-  if (!former.IsNullID() && former != next) BinaryRelIter<AColumn>(rp, former, kRelTableColumns).Erase(GetID());
-  rp->SetParent(this, next);
-  if (!next.IsNullID()) BinaryRelIter<AColumn>(rp, next, kRelTableColumns).Insert(GetID());
-}
+void AColumn::SetTable(const RefARpObject& table) { SetParentInList(*this, table, kRelTableColumns); }
 
-RefAColumn AColumn::GetSourceColumn() const { return PtabRefOf<AColumn>(GetGateway(), m_sourceColumn); }
+RefAColumn AColumn::GetSourceColumn() const { return RefOf<AColumn>(GetGateway(), m_sourceColumn); }
 
 // ---- key, foreign key -----------------------------------------------------------
 
 RefATable ATableKey::GetTable() const { return RefATable(GetParent()); }
-void ATableKey::SetTable(const RefARpObject& table) { PtabSetParent(*this, table); }
+void ATableKey::SetTable(const RefARpObject& table) { SetParentOf(*this, table); }
 
 std::span<const PropDesc> AForeignKey::OwnProperties() {
   static const PropDesc props[] = {
@@ -170,8 +150,8 @@ std::span<const PropDesc> AForeignKey::OwnProperties() {
 }
 
 RefATable AForeignKey::GetContainer() const { return RefATable(GetParent()); }
-void AForeignKey::SetContainer(const RefARpObject& table) { PtabSetParent(*this, table); }
-RefATableKey AForeignKey::GetTableKey() const { return PtabRefOf<ATableKey>(GetGateway(), m_tableKey); }
+void AForeignKey::SetContainer(const RefARpObject& table) { SetParentOf(*this, table); }
+RefATableKey AForeignKey::GetTableKey() const { return RefOf<ATableKey>(GetGateway(), m_tableKey); }
 
 // ---- complex join ---------------------------------------------------------------
 

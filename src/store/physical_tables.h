@@ -1,12 +1,24 @@
 // Store classes of physical tables: table, column, key, foreign key, complex
-// join. Included by classes.h at the place of the class tree.
-// A fragment: classes.h includes it inside namespace qorl; put any #include
-// this family needs at the top of classes.h.
+// join.
 //
-// References to other objects are kept as ids and turned into references on
-// the way out, so that an object never holds another one alive. The
+// References to other objects are kept as ids (store/object_refs.h). The
 // enumerations below are those of model/codecs.h, declared opaquely here so
 // that the store does not depend on the codecs.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <span>
+
+#include "model/datatypes.h"
+#include "platform/datetime.h"
+#include "platform/vxstring.h"
+#include "store/class_bases.h"
+#include "store/expr.h"
+#include "store/object_refs.h"
+#include "store/relation.h"
+
+namespace qorl {
 
 namespace QORLUtility {
 enum TableType : int;
@@ -112,8 +124,6 @@ class ATable : public ADataComposite {
   // The table's columns in their order.
   BinaryRelIter<AColumn> GetColumns() const { return BinaryRelIter<AColumn>(GetGateway(), GetID(), kRelTableColumns); }
 
-  static VoidID IdOf(const RefARpObject& o) { return o.IsNullRef() ? VoidID::NullID : o.GetID(); }
-
  private:
   QORLUtility::TableType m_tableType{};
   VXString m_externalName;
@@ -183,9 +193,9 @@ class AColumn : public APAttribute {
 
   // The variable that names the column at run time; any object is kept.
   RefARpObject GetVariable() const { return RefARpObject(GetGateway(), m_variable); }
-  void SetVariable(const RefARpObject& v) { m_variable = ATable::IdOf(v); MarkDirty(); }
+  void SetVariable(const RefARpObject& v) { m_variable = IdOf(v); MarkDirty(); }
   RefAColumn GetSourceColumn() const;
-  void SetSourceColumn(const RefARpObject& c) { m_sourceColumn = ATable::IdOf(c); MarkDirty(); }
+  void SetSourceColumn(const RefARpObject& c) { m_sourceColumn = IdOf(c); MarkDirty(); }
   BinaryRelIter<AColumn> GetPicklistColumns() const {
     return BinaryRelIter<AColumn>(GetGateway(), GetID(), kRelColumnPicklistColumns);
   }
@@ -227,7 +237,7 @@ class AForeignKey : public AMergeableObject {
   void SetHints(const VXString& s) { m_hints = s; MarkDirty(); }
   // The key on the other table.
   RefATableKey GetTableKey() const;
-  void SetTableKey(const RefARpObject& k) { m_tableKey = ATable::IdOf(k); MarkDirty(); }
+  void SetTableKey(const RefARpObject& k) { m_tableKey = IdOf(k); MarkDirty(); }
   // The columns of this table that point at the key, in key order.
   BinaryRelIter<AColumn> GetComponents() const {
     return BinaryRelIter<AColumn>(GetGateway(), GetID(), kRelForeignKeyColumns);
@@ -265,3 +275,5 @@ class AComplexJoin : public AMergeableObject {
   Expr m_joinExpr;
   Expr m_externalJoinExpr;
 };
+
+}  // namespace qorl

@@ -14,6 +14,7 @@
 #include <map>
 #include <string>
 #include <type_traits>
+#include <utility>
 
 #include "model/datatypes.h"
 #include "platform/datetime.h"
@@ -193,6 +194,20 @@ struct PropCodec<std::map<K, V>> {
       PropCodec<V>::Load(r, v);
       m.emplace(std::move(k), std::move(v));
     }
+  }
+};
+
+// A pair: its first, then its second (connect scripts, column mappings).
+template <class A, class B>
+struct PropCodec<std::pair<A, B>> {
+  static constexpr PropKind kind = PropKind::Custom;
+  static void Save(BlobWriter& w, const std::pair<A, B>& v) {
+    PropCodec<A>::Save(w, v.first);
+    PropCodec<B>::Save(w, v.second);
+  }
+  static void Load(BlobReader& r, std::pair<A, B>& v) {
+    PropCodec<A>::Load(r, v.first);
+    PropCodec<B>::Load(r, v.second);
   }
 };
 
