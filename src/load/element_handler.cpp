@@ -6,6 +6,7 @@
 #include "platform/error.h"
 #include "platform/strutil.h"
 #include "store/metadata_util.h"
+#include "store/object_refs.h"
 
 namespace qorl {
 
@@ -25,19 +26,6 @@ namespace element_handler {
 TypeID RefType(const VXString& tag) {
   if (!tag.starts_with(TAG_REF)) return kTIDUnknown;
   return QORLUtil::GetTypeID(tag.substr(TAG_REF.size()));
-}
-
-VoidID IdOf(const RefARpObject& o) { return o.IsNullRef() ? VoidID::NullID : o.GetID(); }
-
-// The parent link, and the parent's list of such children where it keeps one.
-void SetParentOf(ARpObject& obj, const RefARpObject& parent, RelID ownerRel) {
-  ARpGateway* rp = obj.GetGateway();
-  if (!rp) return;
-  VoidID former = obj.GetParentID();
-  VoidID next = IdOf(parent);
-  if (ownerRel && !former.IsNullID() && former != next) BinaryRelIterBase(rp, former, ownerRel).Erase(obj.GetID());
-  rp->SetParent(&obj, next);
-  if (ownerRel && !next.IsNullID()) BinaryRelIterBase(rp, next, ownerRel).Insert(obj.GetID());
 }
 
 }  // namespace element_handler
@@ -222,7 +210,7 @@ void QORLElementHandler::ApplyParts(ARpObject& obj, Phase phase) {
     switch (part.kind) {
       case PartKind::Tagged:
       case PartKind::Plain:
-        *static_cast<VoidID*>(prop->field(obj)) = element_handler::IdOf(ObjectOf(s.stub));
+        *static_cast<VoidID*>(prop->field(obj)) = IdOf(ObjectOf(s.stub));
         MarkObjectDirty(obj);
         break;
       case PartKind::Group:
@@ -259,7 +247,10 @@ void QORLElementHandler::Execute() {
   ARpObject* obj = m_object.GetRawObjPtr();
   if (!obj) return;
   const Description& d = *m_binding.desc;
-  if (d.parent.mode != ParentMode::None) element_handler::SetParentOf(*obj, ObjectOf(m_pParent), d.parent.ownerRel);
+  if (d.parent.mode != ParentMode::None) {
+    if (d.parent.ownerRel) SetParentInList(*obj, ObjectOf(m_pParent), d.parent.ownerRel);
+    else SetParentOf(*obj, ObjectOf(m_pParent));
+  }
   ReadAttributes(*obj);
   ApplyParts(*obj, Phase::Execute);
   if (d.hooks && d.hooks->execute) d.hooks->execute(*obj, *this);
