@@ -9,21 +9,21 @@
 
 namespace qorl::elements::children {
 
-namespace child_codecs {
-
-void Open(VXString& s, std::u32string_view tag) {
+void OpenLine(VXString& s, std::u32string_view tag) {
   s += S_LT;
   s += tag;
   s += S_GT;
   s += S_NEWLINE;
 }
 
-void Close(VXString& s, std::u32string_view tag) {
+void CloseLine(VXString& s, std::u32string_view tag) {
   s += S_OPEN_CLOSING_TAG;
   s += tag;
   s += S_GT;
   s += S_NEWLINE;
 }
+
+namespace child_codecs {
 
 using DbMap = std::map<int, VXString>;
 
@@ -75,7 +75,7 @@ class DbMapCodec : public ChildCodec {
       ctx.Print(s);
       return;
     }
-    Open(s, tag);
+    OpenLine(s, tag);
     for (const auto& [type, text] : map) {
       s += S_LT;
       s += TAG_ITEM;
@@ -83,9 +83,9 @@ class DbMapCodec : public ChildCodec {
       s += S_GT;
       s += S_NEWLINE;
       s += QORLUtil::GetCDATA(text, TAG_VALUE, false, false, 0);
-      Close(s, TAG_ITEM);
+      CloseLine(s, TAG_ITEM);
     }
-    Close(s, tag);
+    CloseLine(s, tag);
     ctx.Print(s);
   }
   ChildReader* NewReader() const override { return new DbMapReader; }
@@ -129,7 +129,7 @@ class PropertiesCodec : public ChildCodec {
       ctx.Print(s);
       return;
     }
-    Open(s, tag);
+    OpenLine(s, tag);
     for (const auto& [name, value] : map) {
       s += S_LT;
       s += TAG_PROPERTY;
@@ -137,7 +137,7 @@ class PropertiesCodec : public ChildCodec {
       AppendAttrAlways(s, ATTR_VALUE, value);
       s += S_CLOSE_OPEN_TAG;
     }
-    Close(s, tag);
+    CloseLine(s, tag);
     ctx.Print(s);
   }
   ChildReader* NewReader() const override { return new PropertiesReader; }

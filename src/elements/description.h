@@ -63,7 +63,8 @@ enum class PartKind : uint8_t {
   Tagged,      // <Tag><RefX .../></Tag>: one reference, an id property
   Plain,       // <RefX .../>: one reference without a wrapper, an id property
   Group,       // <Tag><RefX/>...</Tag>: an ordered relation of the object
-  EmptyGroup,  // a group the store keeps nothing for: written empty on request only
+  EmptyGroup,  // a group the store keeps nothing for: written empty on request only;
+              // with `rel`, the members it lists leave that relation on load
   Text,        // <Tag><![CDATA[...]]></Tag>: a text property
   Expr,        // Expr, ExprText, Objects in place: an expression property
   TaggedExpr,  // the same inside <Tag>
@@ -80,7 +81,7 @@ struct Part {
   PartKind kind;
   std::u32string_view tag;         // the wrapper; empty for Plain and Expr
   const char* prop;                // id, text or expression property
-  RelID rel;                       // Group
+  RelID rel;                       // Group, EmptyGroup
   std::span<const TypeID> accepts; // reference types; the first names an empty Plain element
   Phase phase;
   uint8_t flags;                   // PartFlag bits
@@ -96,6 +97,7 @@ enum PartFlag : uint8_t {
   kPhysicalExpr = 16,    // Expr: names resolve in the physical layer
   kEmptyWithFeed = 32,   // EmptyGroup: its empty form ends the line
   kBusinessModelExpr = 64,  // Expr: names resolve in the business model
+  kKeepPlaces = 128,     // Group: the relation becomes the list, but members that stay keep their places
 };
 
 // How an object finds its parent on load.
@@ -178,7 +180,12 @@ class ReadContext {
   virtual ~ReadContext() = default;
   virtual ARpGateway* Gateway() const = 0;
   virtual int ElementLine() const = 0;
+  // The line the parser is at: a child element's own.
+  virtual int ParserLine() const = 0;
   virtual bool IgnoreErrors() const = 0;
+  // An encrypted text of the document, decrypted with the load's passwords or
+  // the repository key; a failure is the load's password error.
+  virtual void DecryptPassword(const VXString& text, ByteVector& out) = 0;
   // A reference element's stub; owned by the load.
   virtual QORLObjectStub* Reference(TypeID type, const NameValuePairs& attrs) = 0;
   virtual void Resolve(QORLObjectStub*& stub) = 0;

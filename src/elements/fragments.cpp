@@ -12,6 +12,7 @@
 #include "platform/serverlog.h"
 #include "platform/strutil.h"
 #include "platform/datablob.h"
+#include "store/classes.h"
 #include "store/conditions.h"
 #include "store/expr_store.h"
 #include "store/metadata_util.h"
@@ -223,9 +224,12 @@ void GetVariablesVoidIDs(ARpGateway* pRp, const VXString& text, VoidIDVector& va
 
 }  // namespace
 
-// The texts of a pool that may name variables. The pool element brings its
-// accessors with the physical layer; until then a pool names none.
-void PoolVariableTexts(const RefARpObject& pool, VXStringVector& texts);
+void PoolVariableTexts(const RefARpObject& pool, VXStringVector& texts) {
+  RefAConnectionPool cp(pool);
+  if (!cp) return;
+  texts.push_back(cp->GetDataSourceName());
+  texts.push_back(cp->GetDBUserName());
+}
 
 void QORLUtil::LoadObjectsForGeneration(ARpGateway* pRp, RpObjectVector& loadedObjects, int genType,
                                         const RpObjectVector& variablesForCoonPoolAndVarGenerationOption) {

@@ -48,6 +48,10 @@ void LoadObjectsForGeneration(ARpGateway* pRp, RpObjectVector& loadedObjects, in
 
 }  // namespace QORLUtil
 
+// The texts of a connection pool that may name repository variables: the data
+// source name, then the user name.
+void PoolVariableTexts(const RefARpObject& pool, VXStringVector& texts);
+
 namespace SUStrUtil {
 // The XML declaration line: encoding 2 is UTF-8.
 VXString GetXMLHeader(int encoding);

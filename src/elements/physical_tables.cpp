@@ -30,20 +30,6 @@ constexpr TypeID kDatabases[] = {kTIDADatabase};
 
 // ---- the table's replication: database to the name of the table there ----
 
-void Open(VXString& s, std::u32string_view tag) {
-  s += S_LT;
-  s += tag;
-  s += S_GT;
-  s += S_NEWLINE;
-}
-
-void Close(VXString& s, std::u32string_view tag) {
-  s += S_OPEN_CLOSING_TAG;
-  s += tag;
-  s += S_GT;
-  s += S_NEWLINE;
-}
-
 class ReplicationReader : public ChildReader {
  public:
   bool Start(const VXString& tag, const NameValuePairs& attrs, ReadContext& ctx) override {
@@ -99,7 +85,7 @@ class ReplicationCodec : public ChildCodec {
       return;
     }
     ARpGateway* rp = ctx.Gateway();
-    Open(s, tag);
+    children::OpenLine(s, tag);
     for (const auto& [key, text] : map) {
       VoidIDVector ids;
       key.CollectIDs(ids, false);
@@ -119,9 +105,9 @@ class ReplicationCodec : public ChildCodec {
       if (ctx.UpgradeIDs()) AppendAttr(s, ATTR_UID, TKSGUIDGenerator::ByteVectorToGUIDString(db->UpgradeID()));
       s += S_CLOSE_OPEN_TAG;
       s += QORLUtil::GetCDATA(text, TAG_TABLE, false, false, 0);
-      Close(s, TAG_REPLICATION_ENTRY);
+      children::CloseLine(s, TAG_REPLICATION_ENTRY);
     }
-    Close(s, tag);
+    children::CloseLine(s, tag);
     ctx.Print(s);
   }
   ChildReader* NewReader() const override { return new ReplicationReader; }

@@ -57,8 +57,9 @@ constexpr Part Group(std::u32string_view tag, RelID rel, std::span<const TypeID>
                      Phase phase = Phase::Execute) {
   return {PartKind::Group, tag, nullptr, rel, accepts, phase, flags, nullptr, nullptr};
 }
-constexpr Part EmptyGroup(std::u32string_view tag, std::span<const TypeID> accepts, uint8_t flags = 0) {
-  return {PartKind::EmptyGroup, tag, nullptr, 0, accepts, Phase::Execute, flags, nullptr, nullptr};
+constexpr Part EmptyGroup(std::u32string_view tag, std::span<const TypeID> accepts, uint8_t flags = 0,
+                          RelID removesFrom = 0) {
+  return {PartKind::EmptyGroup, tag, nullptr, removesFrom, accepts, Phase::Execute, flags, nullptr, nullptr};
 }
 constexpr Part CData(std::u32string_view tag, const char* prop, uint8_t flags = 0) {
   return {PartKind::Text, tag, prop, 0, {}, Phase::Execute, flags, nullptr, nullptr};

@@ -1,5 +1,7 @@
 #include "load/element_handler.h"
 
+#include <algorithm>
+
 #include "load/manager.h"
 #include "model/registry.h"
 #include "model/vocabulary.h"
@@ -26,6 +28,20 @@ namespace element_handler {
 TypeID RefType(const VXString& tag) {
   if (!tag.starts_with(TAG_REF)) return kTIDUnknown;
   return QORLUtil::GetTypeID(tag.substr(TAG_REF.size()));
+}
+
+// The relation holds exactly the listed members: the others leave, those that
+// stay keep their places, new ones join behind them.
+void KeepPlaces(BinaryRelIterBase rel, const QORLObjectStubVector& stubs) {
+  VoidIDVector listed;
+  for (const QORLObjectStub* s : stubs)
+    if (RefARpObject o = s ? s->GetARpObject() : RefARpObject();
+        o && std::find(listed.begin(), listed.end(), o.GetID()) == listed.end())
+      listed.push_back(o.GetID());
+  for (const VoidID& id : rel.IDs())
+    if (std::find(listed.begin(), listed.end(), id) == listed.end()) rel.Erase(id);
+  for (const VoidID& id : listed)
+    if (!rel.Contains(id)) rel.Insert(id);
 }
 
 }  // namespace element_handler
@@ -119,7 +135,8 @@ void QORLElementHandler::StartPart(size_t index, const VXString& tag, const Name
       m_parsingState = kInExpr;
       return;
     case PartKind::Child:
-      s.child.reset(part.codec->NewReader());
+      // One reader takes every occurrence of the child: repeated elements add up.
+      if (!s.child) s.child.reset(part.codec->NewReader());
       m_childDepth = 1;
       m_parsingState = kInChild;
       s.child->Start(tag, attrs, *this);
@@ -202,6 +219,14 @@ void QORLElementHandler::ApplyParts(ARpObject& obj, Phase phase) {
   // A part the element does not have is applied too, empty: the document
   // says everything about the object.
   const Description& d = *m_binding.desc;
+  // Members a removal group lists leave first, whatever another group then adds.
+  for (size_t i = 0; i < d.parts.size(); ++i) {
+    const Part& part = d.parts[i];
+    if (part.kind != PartKind::EmptyGroup || !part.rel || part.phase != phase) continue;
+    BinaryRelIterBase rel(m_pGateway, obj.GetID(), part.rel);
+    for (const QORLObjectStub* stub : SlotOf(i).stubs)
+      if (RefARpObject o = ObjectOf(stub)) rel.Erase(o.GetID());
+  }
   for (size_t i = 0; i < d.parts.size(); ++i) {
     const Part& part = d.parts[i];
     if (part.phase != phase) continue;
@@ -214,7 +239,10 @@ void QORLElementHandler::ApplyParts(ARpObject& obj, Phase phase) {
         MarkObjectDirty(obj);
         break;
       case PartKind::Group:
-        RelinkRelation(BinaryRelIterBase(m_pGateway, obj.GetID(), part.rel), s.stubs, (part.flags & kClearFirst) != 0);
+        if (part.flags & kKeepPlaces)
+          element_handler::KeepPlaces(BinaryRelIterBase(m_pGateway, obj.GetID(), part.rel), s.stubs);
+        else
+          RelinkRelation(BinaryRelIterBase(m_pGateway, obj.GetID(), part.rel), s.stubs, (part.flags & kClearFirst) != 0);
         break;
       case PartKind::EmptyGroup: break;
       case PartKind::Text:

@@ -26,7 +26,9 @@ class QORLElementHandler : public QORLObject, public elements::ReadContext {
   // ---- ReadContext ----
   ARpGateway* Gateway() const override { return m_pGateway; }
   int ElementLine() const override { return GetObjTagLineNumber(); }
+  int ParserLine() const override { return CurrentLine(); }
   bool IgnoreErrors() const override;
+  void DecryptPassword(const VXString& text, ByteVector& out) override { DecryptAESPassword(text, out); }
   QORLObjectStub* Reference(TypeID type, const NameValuePairs& attrs) override;
   void Resolve(QORLObjectStub*& stub) override;
   RefARpObject ObjectOf(const QORLObjectStub* stub) const override;

@@ -26,6 +26,19 @@ const std::map<std::pair<TypeID, std::string>, const char*> kNotInDocuments = {
     {{kTIDATable, "externalName"}, "cube and analytic workspace tables only"},
 };
 
+// Properties that a row names but that a sample cannot carry through a round
+// trip; their own family tests cover them.
+const std::map<std::pair<TypeID, std::string>, const char*> kConditional = {
+    {{kTIDAConnectionPool, "cliName"}, "written for plug-in call interfaces only"},
+    {{kTIDAConnectionPool, "cliRequiredVersion"}, "written for plug-in call interfaces only"},
+    {{kTIDAConnectionPool, "onConnectCommand"}, "read from older documents, never written"},
+};
+
+// Each repository encrypts secrets with a key of its own.
+std::string WithoutSecrets(const std::string& doc) {
+  return std::regex_replace(WithoutIds(doc), std::regex(" password=\"AES256 [^\"]*\""), " password=\"\"");
+}
+
 // What the fill needs of a repository: objects to point at and parents.
 class Filler : public RepoFixture {
  public:
@@ -55,6 +68,12 @@ class SampleContext : public ReadContext {
   explicit SampleContext(ARpGateway* rp) : m_rp(rp) {}
   ARpGateway* Gateway() const override { return m_rp; }
   int ElementLine() const override { return 1; }
+  int ParserLine() const override { return 1; }
+  // The sample stands for the clear text.
+  void DecryptPassword(const VXString& text, ByteVector& out) override {
+    std::string clear = text.ToUTF8();
+    out.assign(clear.begin(), clear.end());
+  }
   bool IgnoreErrors() const override { return false; }
   QORLObjectStub* Reference(TypeID, const NameValuePairs&) override { return nullptr; }
   void Resolve(QORLObjectStub*&) override {}
@@ -172,13 +191,19 @@ TEST_P(EveryDescription, EveryFieldSetRoundTripsPropertyByPropertyAndAsText) {
   Filler dst;
   for (const RefARpObject& o : src.m_all)
     if (!(o == subject)) dst.Mirror(o);
-  LoadResult r = dst.Load(first);
+  // Secrets are encrypted with the key of the repository that wrote them:
+  // the load is given its password (the empty one of a repository in memory).
+  LoadResult r;
+  VXString warnings;
+  r.ok = QORLParser::ExecuteTransactionalXML(dst.rp.get(), {VXString(first)}, {VXString()}, r.err, warnings, r.created,
+                                             r.modified, r.deleted, QORLParser::QORLText, true, true, false, false, false,
+                                             false, false);
   ASSERT_TRUE(r.ok) << r.Text();
   RefARpObject copy = dst.Here(subject);
   ASSERT_FALSE(copy.IsNullRef());
 
   for (const PropDesc* p : OwnPropertiesOf(b.cls)) {
-    if (!named.count(p->name)) continue;
+    if (!named.count(p->name) || kConditional.count({d.type, p->name})) continue;
     if (p->kind == PropKind::ID) {
       RefARpObject a = Counterpart(dst.rp.get(), src.rp.get(), *static_cast<const VoidID*>(p->field(*subject)));
       RefARpObject c(dst.rp.get(), *static_cast<const VoidID*>(p->field(*copy)));
@@ -196,7 +221,7 @@ TEST_P(EveryDescription, EveryFieldSetRoundTripsPropertyByPropertyAndAsText) {
   EXPECT_EQ(subject->GetDescription(), copy->GetDescription());
 
   std::string second = dst.TextOf({subject}, options);
-  EXPECT_EQ(WithoutIds(first), WithoutIds(second));
+  EXPECT_EQ(WithoutSecrets(first), WithoutSecrets(second));
 }
 
 std::string NameOf(const ::testing::TestParamInfo<const Description*>& info) {

@@ -8,7 +8,6 @@
 
 #include "elements/fragments.h"
 #include "gen/generator.h"
-#include "gen/physical_sources.h"
 #include "load/parser.h"
 #include "model/codecs.h"
 #include "model/db_features.h"
@@ -220,6 +219,24 @@ PsrcFull PsrcMakeFull(ARpGateway& rp, const PsrcOutside& out) {
   return f;
 }
 
+// The pool's own attributes as a generator that hides the password or skips
+// credentials writes them: from "user" to the whole credential store key, which
+// the element adds last.
+std::string PsrcPoolAttributes(ARpGateway& rp, const RefARpObject& pool, bool hidePassword, bool skipCredentials) {
+  VXString text, err;
+  QORLGenerator gen(&rp, nullptr, VXString(), text, false, false, true, true, false, false, hidePassword, false,
+                    skipCredentials);
+  gen.GenerateDeclareQORLForObjects({pool}, {}, err, false, NONE_FINEGRAINED, false);
+  EXPECT_TRUE(err.empty()) << err.ToUTF8();
+  const std::string s = text.ToUTF8();
+  const size_t tag = s.find("<ConnectionPool ");
+  const size_t end = s.find('>', tag);
+  const size_t from = s.find(" user=", tag);
+  const size_t to = s.rfind(" csfKey=", end);
+  if (tag == std::string::npos || from > end || to < from) return s;
+  return s.substr(from, to - from);
+}
+
 // The object of `dst` that stands for `o` of another repository.
 RefARpObject PsrcCounterpart(ARpGateway& dst, const RefARpObject& o) { return dst.FindByUpgradeID(o->UpgradeID()); }
 
@@ -332,15 +349,17 @@ TEST(PhysicalSources, ADatabaseWithFeaturesIsWrittenInFull) {
   EXPECT_EQ(loaded->GetDatabaseFlags(), 18u);
 
   // The structural diff's keys on groups and properties.
-  EXPECT_EQ(QORLUtil::GetDatabasePropertyXMLElements(d, kGenDummyUID).ToUTF8(),
-            "<Properties>\n<PropertyGroup category=\"conn\" dummyuid=\"conn\">\n<Property dummyuid=\"tz\">\n"
-            "<Name><![CDATA[tz]]></Name>\n<Value><![CDATA[UTC]]></Value>\n</Property>\n</PropertyGroup>\n"
-            "</Properties>\n");
+  const std::string keyed = PsrcText(*rp, {d}, kGenFooter | kGenDummyUID);
+  EXPECT_NE(keyed.find("\n<Properties>\n<PropertyGroup category=\"conn\" dummyuid=\"conn\">\n<Property dummyuid=\"tz\">\n"
+                       "<Name><![CDATA[tz]]></Name>\n<Value><![CDATA[UTC]]></Value>\n</Property>\n</PropertyGroup>\n"
+                       "</Properties>\n</Database>\n"),
+            std::string::npos)
+      << keyed;
   props["none"];
   d->SetDatabaseProperties(props);
-  EXPECT_NE(QORLUtil::GetDatabasePropertyXMLElements(d, kGenEmptyElements)
-                .find(U"<PropertyGroup category=\"none\">\n<Property/>\n</PropertyGroup>\n"),
-            VXString::npos);
+  EXPECT_NE(PsrcText(*rp, {d}, kGenFooter | kGenEmptyElements)
+                .find("<PropertyGroup category=\"none\">\n<Property/>\n</PropertyGroup>\n"),
+            std::string::npos);
 }
 
 TEST(PhysicalSources, FeatureTableNamesEveryIdOnce) {
@@ -523,7 +542,7 @@ TEST(PhysicalSources, HiddenPasswordsAndSkippedCredentials) {
   PsrcOutside out = PsrcMakeOutside(*rp);
   PsrcFull f = PsrcMakeFull(*rp, out);
   const char* kMarker = "&amp;lt;Replace Me&amp;gt;";
-  const std::string both = QORLUtil::GetConnectionPoolXMLAttributes(rp.get(), f.pool, true, true).ToUTF8();
+  const std::string both = PsrcPoolAttributes(*rp, f.pool, true, true);
   EXPECT_EQ(both,
             std::string(" user=\"") + kMarker +
                 "\" timeout=\"300\" maxConnDiff=\"5\" maxConn=\"0\" dataSource=\"" + kMarker +
@@ -542,7 +561,7 @@ TEST(PhysicalSources, HiddenPasswordsAndSkippedCredentials) {
 
   // A pool without credentials shows the marker all the same, but no web
   // service pair without a WSDL.
-  const std::string bare = QORLUtil::GetConnectionPoolXMLAttributes(rp.get(), f.other, true, true).ToUTF8();
+  const std::string bare = PsrcPoolAttributes(*rp, f.other, true, true);
   const std::string mk = std::string("\"") + kMarker + "\"";
   EXPECT_EQ(bare, " user=" + mk + " timeout=\"0\" maxConnDiff=\"10\" maxConn=\"10\" dataSource=" + mk +
                       " reqQualifedTableName=\"false\" isSharedLogin=\"false\" isConcurrentQueriesInConnection=\"false\" "
@@ -552,12 +571,12 @@ TEST(PhysicalSources, HiddenPasswordsAndSkippedCredentials) {
                       " isTorvikJDBSecured=\"false\" csfMapName=" + mk + " csfKeyName=" + mk);
 
   // Hidden alone: no password, the credentials themselves.
-  const std::string hidden = QORLUtil::GetConnectionPoolXMLAttributes(rp.get(), f.pool, true, false).ToUTF8();
+  const std::string hidden = PsrcPoolAttributes(*rp, f.pool, true, false);
   EXPECT_EQ(hidden.find("password="), std::string::npos);
   EXPECT_NE(hidden.find(" user=\"scott\" timeout="), std::string::npos);
 
   // Skipped alone: the password of no bytes, still under the repository's key.
-  const std::string skipped = QORLUtil::GetConnectionPoolXMLAttributes(rp.get(), f.pool, false, true).ToUTF8();
+  const std::string skipped = PsrcPoolAttributes(*rp, f.pool, false, true);
   std::smatch m;
   ASSERT_TRUE(std::regex_search(skipped, m, std::regex(" password=\"([^\"]*)\"")));
   ByteVector clear{1};
@@ -687,6 +706,14 @@ TEST(PhysicalSources, RelationsFollowTheirRules) {
   // The database's lists follow the relation rule: p2 is not named and stays ahead.
   EXPECT_EQ(d->GetConnectionPools().IDs(), (VoidIDVector{p2.GetID(), p1.GetID()}));
   EXPECT_EQ(d->GetDisplayFolders().IDs(), (VoidIDVector{f.GetID()}));
+
+  // Removals go first: a folder both listed and removed is listed.
+  PsrcLoad both = PsrcLoadText(
+      *rp, PsrcDoc("<Database name=\"d\">\n<DisplayFolders>\n" + ref("PhysicalDisplayFolder", "&quot;d&quot;.&quot;g&quot;") +
+                   ref("PhysicalDisplayFolder", "&quot;d&quot;.&quot;f&quot;") + "</DisplayFolders>\n<RemovedDisplayFolders>\n" +
+                   ref("PhysicalDisplayFolder", "&quot;d&quot;.&quot;g&quot;") + "</RemovedDisplayFolders>\n</Database>\n"));
+  ASSERT_TRUE(both.ok) << both.Text();
+  EXPECT_EQ(d->GetDisplayFolders().IDs(), (VoidIDVector{g.GetID(), f.GetID()}));
 }
 
 TEST(PhysicalSources, PoolsAndTheirVariablesAreGeneratedTogether) {
