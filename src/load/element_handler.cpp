@@ -5,6 +5,7 @@
 #include "model/vocabulary.h"
 #include "platform/error.h"
 #include "platform/strutil.h"
+#include "store/expr_store.h"
 #include "store/metadata_util.h"
 
 namespace qorl {
@@ -29,16 +30,27 @@ TypeID RefType(const VXString& tag) {
 
 VoidID IdOf(const RefARpObject& o) { return o.IsNullRef() ? VoidID::NullID : o.GetID(); }
 
+// True when `owner` is of the class that keeps the relation: a parent of
+// another type (a level holding a key) has no such list.
+bool KeepsRelation(const VoidID& owner, RelID rel) {
+  if (!rel || owner.IsNullID()) return false;
+  const RelDesc* d = FindRelDesc(rel);
+  const AMetaClass* cls = AMetaClass::FromTypeID(owner.GetTypeID());
+  return d && cls && cls->IsA(AMetaClass::FromTypeID(d->ownerType));
+}
+
 // The parent link, and the parent's list of such children where it keeps one.
 void SetParentOf(ARpObject& obj, const RefARpObject& parent, RelID ownerRel) {
   ARpGateway* rp = obj.GetGateway();
   if (!rp) return;
   VoidID former = obj.GetParentID();
   VoidID next = IdOf(parent);
-  if (ownerRel && !former.IsNullID() && former != next) BinaryRelIterBase(rp, former, ownerRel).Erase(obj.GetID());
+  if (former != next && KeepsRelation(former, ownerRel)) BinaryRelIterBase(rp, former, ownerRel).Erase(obj.GetID());
   rp->SetParent(&obj, next);
-  if (ownerRel && !next.IsNullID()) BinaryRelIterBase(rp, next, ownerRel).Insert(obj.GetID());
+  if (KeepsRelation(next, ownerRel)) BinaryRelIterBase(rp, next, ownerRel).Insert(obj.GetID());
 }
+
+bool IsRemoval(const Part& part) { return part.kind == PartKind::EmptyGroup && part.rel; }
 
 }  // namespace element_handler
 
@@ -123,9 +135,7 @@ void QORLElementHandler::StartPart(size_t index, const VXString& tag, const Name
       return;
     case PartKind::Expr:
     case PartKind::TaggedExpr:
-      if (!s.expr)
-        s.expr = std::make_unique<QORLExpressionHandler>(
-            m_pGateway, m_pManager, part.kind == PartKind::TaggedExpr ? part.tag : std::u32string_view());
+      if (!s.expr) s.expr = std::make_unique<QORLExpressionHandler>(m_pGateway, m_pManager, part.tag);
       m_relay.Open(s.expr.get(), part.kind == PartKind::TaggedExpr, psInObject);
       if (part.kind == PartKind::Expr) m_relay.Start(tag, attrs);
       m_parsingState = kInExpr;
@@ -184,7 +194,10 @@ void QORLElementHandler::Resolve() {
   for (size_t i = 0; i < d.parts.size(); ++i) {
     Slot& s = m_slots[i];
     Resolve(s.stub);
-    for (QORLObjectStub*& stub : s.stubs) Resolve(stub);
+    // A member the document removes may be going in the same document: no error when it is gone.
+    const bool removal = element_handler::IsRemoval(d.parts[i]);
+    for (QORLObjectStub*& stub : s.stubs)
+      if (stub) m_pManager->ResolveQORLObjectStub(stub, removal, false);
     if (s.expr) s.expr->Resolve();
     if (s.child) s.child->Resolve(*this);
   }
@@ -216,6 +229,13 @@ void QORLElementHandler::ApplyParts(ARpObject& obj, Phase phase) {
   const Description& d = *m_binding.desc;
   for (size_t i = 0; i < d.parts.size(); ++i) {
     const Part& part = d.parts[i];
+    if (part.phase != phase || !element_handler::IsRemoval(part)) continue;
+    BinaryRelIterBase rel(m_pGateway, obj.GetID(), part.rel);
+    for (const QORLObjectStub* stub : SlotOf(i).stubs)
+      if (RefARpObject o = ObjectOf(stub); !o.IsNullRef()) rel.Erase(o.GetID());
+  }
+  for (size_t i = 0; i < d.parts.size(); ++i) {
+    const Part& part = d.parts[i];
     if (part.phase != phase) continue;
     Slot& s = SlotOf(i);
     const PropDesc* prop = m_binding.partProps[i];
@@ -225,9 +245,12 @@ void QORLElementHandler::ApplyParts(ARpObject& obj, Phase phase) {
         *static_cast<VoidID*>(prop->field(obj)) = element_handler::IdOf(ObjectOf(s.stub));
         MarkObjectDirty(obj);
         break;
-      case PartKind::Group:
-        RelinkRelation(BinaryRelIterBase(m_pGateway, obj.GetID(), part.rel), s.stubs, (part.flags & kClearFirst) != 0);
+      case PartKind::Group: {
+        bool clear = (part.flags & kClearFirst) ||
+                     ((part.flags & kClearFirstWithExprs) && !ToPrettyStringVisitor::IsRipAndReplaceNoExprModeOn());
+        RelinkRelation(BinaryRelIterBase(m_pGateway, obj.GetID(), part.rel), s.stubs, clear);
         break;
+      }
       case PartKind::EmptyGroup: break;
       case PartKind::Text:
         *static_cast<VXString*>(prop->field(obj)) =
@@ -241,7 +264,8 @@ void QORLElementHandler::ApplyParts(ARpObject& obj, Phase phase) {
                    : (part.flags & kBusinessModelExpr) ? kSME_BusinessModel
                                                         : kSME_Logical;
         VXString text = s.expr ? s.expr->GetExprText() : VXString();
-        if (ParseExpr(s.expr ? s.expr->GetExprLine() : GetObjTagLineNumber(), text, expr, type)) {
+        if (ParseExpr(s.expr ? s.expr->GetExprLine() : GetObjTagLineNumber(), text, expr, type) ||
+            (part.flags & kKeepUnparsed)) {
           *static_cast<Expr*>(prop->field(obj)) = std::move(expr);
           MarkObjectDirty(obj);
         }
@@ -259,7 +283,10 @@ void QORLElementHandler::Execute() {
   ARpObject* obj = m_object.GetRawObjPtr();
   if (!obj) return;
   const Description& d = *m_binding.desc;
-  if (d.parent.mode != ParentMode::None) element_handler::SetParentOf(*obj, ObjectOf(m_pParent), d.parent.ownerRel);
+  if (d.parent.mode != ParentMode::None) {
+    RefARpObject parent = ObjectOf(m_pParent);
+    if (!parent.IsNullRef() || !d.parent.keepUnresolved) element_handler::SetParentOf(*obj, parent, d.parent.ownerRel);
+  }
   ReadAttributes(*obj);
   ApplyParts(*obj, Phase::Execute);
   if (d.hooks && d.hooks->execute) d.hooks->execute(*obj, *this);
@@ -267,7 +294,11 @@ void QORLElementHandler::Execute() {
 }
 
 void QORLElementHandler::Execute2() {
-  if (ARpObject* obj = m_object.GetRawObjPtr()) ApplyParts(*obj, Phase::Execute2);
+  ARpObject* obj = m_object.GetRawObjPtr();
+  if (!obj) return;
+  ApplyParts(*obj, Phase::Execute2);
+  const Description& d = *m_binding.desc;
+  if (d.hooks && d.hooks->execute2) d.hooks->execute2(*obj, *this);
 }
 
 void QORLElementHandler::GetPasswordsToCheck(VXStringVector& out) const {
@@ -299,6 +330,12 @@ QORLObjectStub* QORLElementHandler::ParentStub(TypeID type, const QualifiedName&
   stub->SetID(m_parentID);
   return stub;
 }
+
+QORLObjectStub* QORLElementHandler::ResolveParentOf(TypeID type) { return ResolveParent(type, false); }
+
+RefARpObject QORLElementHandler::CreateInternalObject(TypeID type) { return m_pManager->CreateInternalObject(type); }
+
+void QORLElementHandler::DeleteInternalObject(const VoidID& id) { m_pManager->DeleteInternalObject(id); }
 
 bool QORLElementHandler::ParseExpr(int line, const VXString& text, Expr& out, int exprType) {
   return m_pManager->ParseMetaExpr(line, text, out, m_object, static_cast<ExprType>(exprType));
