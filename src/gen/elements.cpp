@@ -13,12 +13,11 @@ namespace {
 std::span<const ElementWriter> AllFamilies(size_t i) {
   switch (i) {
     case 0: return PhysicalSourceElementWriters();
-    case 1: return LogicalModelElementWriters();
-    case 2: return LogicalSourceElementWriters();
+    case 1: return LogicalSourceElementWriters();
     default: return {};
   }
 }
-constexpr size_t kFamilyCount = 3;
+constexpr size_t kFamilyCount = 2;
 
 }  // namespace
 
