@@ -10,6 +10,7 @@ std::span<const Description* const> AllDescriptions() {
     for (auto family : {
              PhysicalTableDescriptions(),
              PhysicalSourceDescriptions(),
+             LogicalModelDescriptions(),
          })
       v.insert(v.end(), family.begin(), family.end());
     return v;

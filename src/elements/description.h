@@ -63,8 +63,9 @@ enum class PartKind : uint8_t {
   Tagged,      // <Tag><RefX .../></Tag>: one reference, an id property
   Plain,       // <RefX .../>: one reference without a wrapper, an id property
   Group,       // <Tag><RefX/>...</Tag>: an ordered relation of the object
-  EmptyGroup,  // a group the store keeps nothing for: written empty on request only;
-              // with `rel`, the members it lists leave that relation on load
+  EmptyGroup,  // a group the store keeps nothing for: written empty on request only; with
+               // `rel`, the members a document names leave that relation, before the
+               // other parts of the phase (a member both listed and removed stays)
   Text,        // <Tag><![CDATA[...]]></Tag>: a text property
   Expr,        // Expr, ExprText, Objects in place: an expression property
   TaggedExpr,  // the same inside <Tag>
@@ -79,17 +80,17 @@ class ChildCodec;
 
 struct Part {
   PartKind kind;
-  std::u32string_view tag;         // the wrapper; empty for Plain and Expr
+  std::u32string_view tag;         // the wrapper; empty for Plain; for Expr, the tree form's tag or empty
   const char* prop;                // id, text or expression property
   RelID rel;                       // Group, EmptyGroup
   std::span<const TypeID> accepts; // reference types; the first names an empty Plain element
   Phase phase;
-  uint8_t flags;                   // PartFlag bits
+  uint16_t flags;                  // PartFlag bits
   const ChildCodec* codec;         // Child
   const char* note;                // comment of the schema
 };
 
-enum PartFlag : uint8_t {
+enum PartFlag : uint16_t {
   kClearFirst = 1,       // Group: the document's list replaces the relation
   kLineFeeds = 2,        // Text: line ends converted on load
   kOmitEmptyText = 4,    // Text: left out when empty
@@ -97,7 +98,10 @@ enum PartFlag : uint8_t {
   kPhysicalExpr = 16,    // Expr: names resolve in the physical layer
   kEmptyWithFeed = 32,   // EmptyGroup: its empty form ends the line
   kBusinessModelExpr = 64,  // Expr: names resolve in the business model
-  kKeepPlaces = 128,     // Group: the relation becomes the list, but members that stay keep their places
+  kClearFirstWithExprs = 128,  // Group: as kClearFirst, but a load without expressions names only some links
+  kAlwaysWrapped = 256,   // TaggedExpr: the wrapper stands always, around an expression written as in place
+  kKeepUnparsed = 512,    // Expr: a text that does not parse is kept, unparsed, when the error is only logged
+  kKeepPlaces = 1024,     // Group: the relation becomes the list, but members that stay keep their places
 };
 
 // How an object finds its parent on load.
@@ -111,6 +115,7 @@ struct ParentRule {
   ParentMode mode;
   std::span<const TypeID> types;  // tried in order
   RelID ownerRel;                 // the parent's relation that lists the object, or 0
+  bool keepUnresolved = false;    // a parent that names nothing leaves the object where it is
 };
 
 // How the tree form lays the element out.
@@ -126,6 +131,8 @@ struct Hooks {
   QORLObjectStub* (*resolveParent)(ReadContext& ctx) = nullptr;
   // After the parts of the Execute phase.
   void (*execute)(ARpObject& obj, ReadContext& ctx) = nullptr;
+  // After the parts of the Execute2 phase, once every object of the document exists.
+  void (*execute2)(ARpObject& obj, ReadContext& ctx) = nullptr;
   // Encrypted texts the dry password test checks.
   void (*passwords)(const NameValuePairs& attrs, VXStringVector& out) = nullptr;
 };
@@ -194,6 +201,12 @@ class ReadContext {
   virtual bool TryResolve(QORLObjectStub*& stub) = 0;
   // A stub of the element's own parent under another name or type.
   virtual QORLObjectStub* ParentStub(TypeID type, const QualifiedName& name) = 0;
+  // The parent of that type named by the element's qualified name without its
+  // last part, resolved as ParentMode::ByName does; null for a top-level name.
+  virtual QORLObjectStub* ResolveParentOf(TypeID type) = 0;
+  // Objects the store keeps for an element without elements of their own.
+  virtual RefARpObject CreateInternalObject(TypeID type) = 0;
+  virtual void DeleteInternalObject(const VoidID& id) = 0;
   // Parses an expression's text in the context of the element's object.
   virtual bool ParseExpr(int line, const VXString& text, Expr& out, int exprType) = 0;
   // The element's qualified name and attributes, as the document gave them.

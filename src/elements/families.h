@@ -7,5 +7,6 @@ namespace qorl::elements {
 
 std::span<const Description* const> PhysicalTableDescriptions();
 std::span<const Description* const> PhysicalSourceDescriptions();
+std::span<const Description* const> LogicalModelDescriptions();
 
 }  // namespace qorl::elements

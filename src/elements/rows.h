@@ -53,21 +53,28 @@ constexpr Part Plain(const char* prop, std::span<const TypeID> accepts, Phase ph
                      const char* note = nullptr) {
   return {PartKind::Plain, {}, prop, 0, accepts, phase, 0, nullptr, note};
 }
-constexpr Part Group(std::u32string_view tag, RelID rel, std::span<const TypeID> accepts, uint8_t flags = 0,
+constexpr Part Group(std::u32string_view tag, RelID rel, std::span<const TypeID> accepts, uint16_t flags = 0,
                      Phase phase = Phase::Execute) {
   return {PartKind::Group, tag, nullptr, rel, accepts, phase, flags, nullptr, nullptr};
 }
-constexpr Part EmptyGroup(std::u32string_view tag, std::span<const TypeID> accepts, uint8_t flags = 0,
+constexpr Part EmptyGroup(std::u32string_view tag, std::span<const TypeID> accepts, uint16_t flags = 0,
                           RelID removesFrom = 0) {
   return {PartKind::EmptyGroup, tag, nullptr, removesFrom, accepts, Phase::Execute, flags, nullptr, nullptr};
 }
-constexpr Part CData(std::u32string_view tag, const char* prop, uint8_t flags = 0) {
+// Empty on output; on load, the members it names leave the relation `rel`.
+constexpr Part RemovedGroup(std::u32string_view tag, RelID rel, std::span<const TypeID> accepts, uint16_t flags = 0,
+                            Phase phase = Phase::Execute) {
+  return {PartKind::EmptyGroup, tag, nullptr, rel, accepts, phase, flags, nullptr, nullptr};
+}
+constexpr Part CData(std::u32string_view tag, const char* prop, uint16_t flags = 0) {
   return {PartKind::Text, tag, prop, 0, {}, Phase::Execute, flags, nullptr, nullptr};
 }
-constexpr Part Expression(const char* prop, uint8_t flags = 0, Phase phase = Phase::Execute2) {
-  return {PartKind::Expr, {}, prop, 0, {}, phase, flags, nullptr, nullptr};
+// `treeTag`: the element the tree form puts the expression in, if any.
+constexpr Part Expression(const char* prop, uint16_t flags = 0, Phase phase = Phase::Execute2,
+                          std::u32string_view treeTag = {}) {
+  return {PartKind::Expr, treeTag, prop, 0, {}, phase, flags, nullptr, nullptr};
 }
-constexpr Part TaggedExpression(std::u32string_view tag, const char* prop, uint8_t flags = 0,
+constexpr Part TaggedExpression(std::u32string_view tag, const char* prop, uint16_t flags = 0,
                                 Phase phase = Phase::Execute2) {
   return {PartKind::TaggedExpr, tag, prop, 0, {}, phase, flags, nullptr, nullptr};
 }

@@ -47,6 +47,14 @@ void AppendAttrRow(VXString& out, const elements::Attr& row, const VXString& tex
   }
 }
 
+// "<tag>" or "</tag>" on a line of its own.
+void PrintTag(WriteContext& gen, std::u32string_view open, std::u32string_view tag) {
+  gen.Print(open);
+  gen.Print(tag);
+  gen.Print(S_GT);
+  gen.Print(S_NEWLINE);
+}
+
 }  // namespace element_writer
 
 bool HasEmptyVisit(TypeID type) { return element_writer::HasEmptyVisit(type); }
@@ -126,18 +134,20 @@ void QORLGenerator::WriteParts(const Binding& b, ARpObject& o) {
       case PartKind::Expr:
       case PartKind::TaggedExpr: {
         const Expr& expr = *static_cast<const Expr*>(prop->field(o));
-        if ((part.flags & kSkipEmptyExpr) && expr.Size() == 0 && !expr.IsUnparsed()) {
-          if (!(m_genOptions & kGenEmptyElements)) break;
-          if (part.kind == PartKind::TaggedExpr) {
-            Print(QORLUtil::GetCDATA(VXString(), part.tag, false, false, 0));
-            break;
-          }
+        // A wrapper that stands always holds the expression as it stands in place.
+        const bool wrapped = part.kind == PartKind::TaggedExpr && (part.flags & kAlwaysWrapped);
+        if (wrapped) element_writer::PrintTag(*this, S_LT, part.tag);
+        if ((part.flags & kSkipEmptyExpr) && expr.Size() == 0 && !expr.IsUnparsed() &&
+            (!(m_genOptions & kGenEmptyElements) || (part.kind == PartKind::TaggedExpr && !wrapped))) {
+          if (m_genOptions & kGenEmptyElements) Print(QORLUtil::GetCDATA(VXString(), part.tag, false, false, 0));
+        } else {
+          VXString text = ToPrettyStringVisitor::GetFormatExpr(expr, m_pGateway, true, true, false, false, false);
+          if (part.kind == PartKind::Expr || wrapped)
+            Print(QORLUtil::GetExpression(m_pGateway, expr, text, m_bGenerateUpGradeID, m_genOptions));
+          else
+            Print(QORLUtil::GetTaggedExpression(m_pGateway, expr, text, part.tag, m_bGenerateUpGradeID, m_genOptions));
         }
-        VXString text = ToPrettyStringVisitor::GetFormatExpr(expr, m_pGateway, true, true, false, false, false);
-        if (part.kind == PartKind::Expr)
-          Print(QORLUtil::GetExpression(m_pGateway, expr, text, m_bGenerateUpGradeID, m_genOptions));
-        else
-          Print(QORLUtil::GetTaggedExpression(m_pGateway, expr, text, part.tag, m_bGenerateUpGradeID, m_genOptions));
+        if (wrapped) element_writer::PrintTag(*this, S_OPEN_CLOSING_TAG, part.tag);
         break;
       }
       case PartKind::Child:

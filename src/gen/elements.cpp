@@ -12,7 +12,6 @@ namespace {
 // Each element family adds its table here.
 std::span<const ElementWriter> AllFamilies(size_t i) {
   switch (i) {
-    case 1: return LogicalModelElementWriters();
     case 2: return LogicalSourceElementWriters();
     default: return {};
   }

@@ -24,7 +24,6 @@ struct ElementWriter {
 const ElementWriter* FindElementWriter(TypeID type);
 
 // The rows of each element family, defined with the family's writers.
-std::span<const ElementWriter> LogicalModelElementWriters();
 std::span<const ElementWriter> LogicalSourceElementWriters();
 
 

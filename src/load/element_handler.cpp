@@ -7,6 +7,7 @@
 #include "model/vocabulary.h"
 #include "platform/error.h"
 #include "platform/strutil.h"
+#include "store/expr_store.h"
 #include "store/metadata_util.h"
 #include "store/object_refs.h"
 
@@ -43,6 +44,8 @@ void KeepPlaces(BinaryRelIterBase rel, const QORLObjectStubVector& stubs) {
   for (const VoidID& id : listed)
     if (!rel.Contains(id)) rel.Insert(id);
 }
+
+bool IsRemoval(const Part& part) { return part.kind == PartKind::EmptyGroup && part.rel; }
 
 }  // namespace element_handler
 
@@ -127,9 +130,7 @@ void QORLElementHandler::StartPart(size_t index, const VXString& tag, const Name
       return;
     case PartKind::Expr:
     case PartKind::TaggedExpr:
-      if (!s.expr)
-        s.expr = std::make_unique<QORLExpressionHandler>(
-            m_pGateway, m_pManager, part.kind == PartKind::TaggedExpr ? part.tag : std::u32string_view());
+      if (!s.expr) s.expr = std::make_unique<QORLExpressionHandler>(m_pGateway, m_pManager, part.tag);
       m_relay.Open(s.expr.get(), part.kind == PartKind::TaggedExpr, psInObject);
       if (part.kind == PartKind::Expr) m_relay.Start(tag, attrs);
       m_parsingState = kInExpr;
@@ -189,7 +190,10 @@ void QORLElementHandler::Resolve() {
   for (size_t i = 0; i < d.parts.size(); ++i) {
     Slot& s = m_slots[i];
     Resolve(s.stub);
-    for (QORLObjectStub*& stub : s.stubs) Resolve(stub);
+    // A member the document removes may be going in the same document: no error when it is gone.
+    const bool removal = element_handler::IsRemoval(d.parts[i]);
+    for (QORLObjectStub*& stub : s.stubs)
+      if (stub) m_pManager->ResolveQORLObjectStub(stub, removal, false);
     if (s.expr) s.expr->Resolve();
     if (s.child) s.child->Resolve(*this);
   }
@@ -222,10 +226,10 @@ void QORLElementHandler::ApplyParts(ARpObject& obj, Phase phase) {
   // Members a removal group lists leave first, whatever another group then adds.
   for (size_t i = 0; i < d.parts.size(); ++i) {
     const Part& part = d.parts[i];
-    if (part.kind != PartKind::EmptyGroup || !part.rel || part.phase != phase) continue;
+    if (part.phase != phase || !element_handler::IsRemoval(part)) continue;
     BinaryRelIterBase rel(m_pGateway, obj.GetID(), part.rel);
     for (const QORLObjectStub* stub : SlotOf(i).stubs)
-      if (RefARpObject o = ObjectOf(stub)) rel.Erase(o.GetID());
+      if (RefARpObject o = ObjectOf(stub); !o.IsNullRef()) rel.Erase(o.GetID());
   }
   for (size_t i = 0; i < d.parts.size(); ++i) {
     const Part& part = d.parts[i];
@@ -238,12 +242,14 @@ void QORLElementHandler::ApplyParts(ARpObject& obj, Phase phase) {
         *static_cast<VoidID*>(prop->field(obj)) = IdOf(ObjectOf(s.stub));
         MarkObjectDirty(obj);
         break;
-      case PartKind::Group:
-        if (part.flags & kKeepPlaces)
-          element_handler::KeepPlaces(BinaryRelIterBase(m_pGateway, obj.GetID(), part.rel), s.stubs);
-        else
-          RelinkRelation(BinaryRelIterBase(m_pGateway, obj.GetID(), part.rel), s.stubs, (part.flags & kClearFirst) != 0);
+      case PartKind::Group: {
+        BinaryRelIterBase rel(m_pGateway, obj.GetID(), part.rel);
+        bool clear = (part.flags & kClearFirst) ||
+                     ((part.flags & kClearFirstWithExprs) && !ToPrettyStringVisitor::IsRipAndReplaceNoExprModeOn());
+        if (part.flags & kKeepPlaces) element_handler::KeepPlaces(rel, s.stubs);
+        else RelinkRelation(rel, s.stubs, clear);
         break;
+      }
       case PartKind::EmptyGroup: break;
       case PartKind::Text:
         *static_cast<VXString*>(prop->field(obj)) =
@@ -257,7 +263,8 @@ void QORLElementHandler::ApplyParts(ARpObject& obj, Phase phase) {
                    : (part.flags & kBusinessModelExpr) ? kSME_BusinessModel
                                                         : kSME_Logical;
         VXString text = s.expr ? s.expr->GetExprText() : VXString();
-        if (ParseExpr(s.expr ? s.expr->GetExprLine() : GetObjTagLineNumber(), text, expr, type)) {
+        if (ParseExpr(s.expr ? s.expr->GetExprLine() : GetObjTagLineNumber(), text, expr, type) ||
+            (part.flags & kKeepUnparsed)) {
           *static_cast<Expr*>(prop->field(obj)) = std::move(expr);
           MarkObjectDirty(obj);
         }
@@ -276,8 +283,12 @@ void QORLElementHandler::Execute() {
   if (!obj) return;
   const Description& d = *m_binding.desc;
   if (d.parent.mode != ParentMode::None) {
-    if (d.parent.ownerRel) SetParentInList(*obj, ObjectOf(m_pParent), d.parent.ownerRel);
-    else SetParentOf(*obj, ObjectOf(m_pParent));
+    RefARpObject parent = ObjectOf(m_pParent);
+    if (!parent.IsNullRef() || !d.parent.keepUnresolved) {
+      if (!d.parent.ownerRel) SetParentOf(*obj, parent);
+      else if (const RelDesc* rel = FindRelDesc(d.parent.ownerRel))
+        SetParentInList(*obj, parent, rel->id, rel->ownerType);
+    }
   }
   ReadAttributes(*obj);
   ApplyParts(*obj, Phase::Execute);
@@ -286,7 +297,11 @@ void QORLElementHandler::Execute() {
 }
 
 void QORLElementHandler::Execute2() {
-  if (ARpObject* obj = m_object.GetRawObjPtr()) ApplyParts(*obj, Phase::Execute2);
+  ARpObject* obj = m_object.GetRawObjPtr();
+  if (!obj) return;
+  ApplyParts(*obj, Phase::Execute2);
+  const Description& d = *m_binding.desc;
+  if (d.hooks && d.hooks->execute2) d.hooks->execute2(*obj, *this);
 }
 
 void QORLElementHandler::GetPasswordsToCheck(VXStringVector& out) const {
@@ -318,6 +333,12 @@ QORLObjectStub* QORLElementHandler::ParentStub(TypeID type, const QualifiedName&
   stub->SetID(m_parentID);
   return stub;
 }
+
+QORLObjectStub* QORLElementHandler::ResolveParentOf(TypeID type) { return ResolveParent(type, false); }
+
+RefARpObject QORLElementHandler::CreateInternalObject(TypeID type) { return m_pManager->CreateInternalObject(type); }
+
+void QORLElementHandler::DeleteInternalObject(const VoidID& id) { m_pManager->DeleteInternalObject(id); }
 
 bool QORLElementHandler::ParseExpr(int line, const VXString& text, Expr& out, int exprType) {
   return m_pManager->ParseMetaExpr(line, text, out, m_object, static_cast<ExprType>(exprType));

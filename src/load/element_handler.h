@@ -34,6 +34,9 @@ class QORLElementHandler : public QORLObject, public elements::ReadContext {
   RefARpObject ObjectOf(const QORLObjectStub* stub) const override;
   bool TryResolve(QORLObjectStub*& stub) override;
   QORLObjectStub* ParentStub(TypeID type, const QualifiedName& name) override;
+  QORLObjectStub* ResolveParentOf(TypeID type) override;
+  RefARpObject CreateInternalObject(TypeID type) override;
+  void DeleteInternalObject(const VoidID& id) override;
   bool ParseExpr(int line, const VXString& text, Expr& out, int exprType) override;
   const QualifiedName& Name() const override { return m_qualifiedName; }
   const NameValuePairs& Attributes() const override { return m_attrs; }

@@ -262,7 +262,6 @@ struct HandlerRow {
 HandlerFactory FindHandlerFactory(TypeID type);
 
 // The rows of each element family, defined with the family's handlers.
-std::span<const HandlerRow> LogicalModelHandlers();
 std::span<const HandlerRow> LogicalSourceHandlers();
 
 }  // namespace qorl

@@ -12,8 +12,11 @@ void SetParentOf(ARpObject& obj, const RefARpObject& parent) {
 void SetParentInList(ARpObject& obj, const RefARpObject& parent, RelID rel, TypeID listOwner) {
   ARpGateway* rp = obj.GetGateway();
   if (!rp || obj.IsDead()) return;
-  auto keepsList = [listOwner](const VoidID& id) {
-    return !id.IsNullID() && (listOwner == kTIDUnknown || id.GetTypeID() == listOwner);
+  const AMetaClass* owner = listOwner == kTIDUnknown ? nullptr : AMetaClass::FromTypeID(listOwner);
+  auto keepsList = [owner](const VoidID& id) {
+    if (id.IsNullID()) return false;
+    const AMetaClass* cls = AMetaClass::FromTypeID(id.GetTypeID());
+    return !owner || (cls && cls->IsA(owner));
   };
   VoidID former = obj.GetParentID();
   VoidID next = IdOf(parent);

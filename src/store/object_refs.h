@@ -24,7 +24,7 @@ void SetParentOf(ARpObject& obj, const RefARpObject& parent);
 
 // As SetParentOf, and keeps the parents' ordered lists `rel` in step: the
 // former parent drops the object, the new one appends it. With `listOwner`
-// given, only parents of exactly that type keep such a list (a key belongs
+// given, only parents of that class (or a derived one) keep such a list (a key belongs
 // to a level or a logical table; only the table lists its keys).
 void SetParentInList(ARpObject& obj, const RefARpObject& parent, RelID rel, TypeID listOwner = kTIDUnknown);
 

@@ -9,7 +9,6 @@
 #include <regex>
 
 #include "gen/generator.h"
-#include "gen/logical_model.h"
 #include "load/parser.h"
 #include "model/codecs.h"
 #include "platform/error.h"
@@ -53,11 +52,6 @@ Expr LmodExpr(ARpGateway* rp, const char* text, ExprType type) {
 
 void LmodExpectRoundTrip(LmodStore& src, LmodStore& dst, const RpObjectVector& decl, int options) {
   test::ExpectRoundTrip(src, dst, decl, options, "lmod");
-}
-
-template <class Obj>
-void LmodExpectAllRowsWritten(std::span<const AttrRow<Obj>> rows, const std::string& text) {
-  test::ExpectAllRowsWritten(rows, text);
 }
 
 template <class T>
@@ -143,12 +137,9 @@ TEST(LogicalModel, EveryPropertyAtANonDefaultValueRoundTrips) {
 
   // Every attribute of the elements is in the text, so the trip above carried them all.
   std::string text = src.Text(decl, options);
-  LmodExpectAllRowsWritten(BusinessModelAttrRows(), text);
-  LmodExpectAllRowsWritten(LogicalTableAttrRows(), text);
-  LmodExpectAllRowsWritten(LogicalColumnAttrRows(), text);
-  LmodExpectAllRowsWritten(LogicalKeyAttrRows(), text);
-  LmodExpectAllRowsWritten(LogicalForeignKeyAttrRows(), text);
-  LmodExpectAllRowsWritten(LogicalJoinAttrRows(), text);
+  for (TypeID type : {kTIDASubjectArea, kTIDALogicalTable, kTIDAAttribute, kTIDAKey, kTIDALogicalForeignKey,
+                      kTIDARelationship})
+    test::ExpectAllAttrsWritten(type, text);
   EXPECT_NE(text.find(R"xml(<Role dummyuid="&quot;BM &quot;&quot;q&quot;&quot; &amp; &lt;x&gt;&quot;.&quot;F&quot;" multiplicity="0..*" isAggregate="true">
 <RefLogicalTable )xml"),
             std::string::npos);
@@ -673,6 +664,79 @@ TEST(LogicalModel, MalformedValues) {
     EXPECT_TRUE(d->GetExpr().IsUnparsed());
     EXPECT_NE(store->Text({d}).find("<Expr><![CDATA[\"BM\".\"T\".\"nope\"]]></Expr>"), std::string::npos);
   }
+}
+
+// Where an object lands on load: a key moves between tables and its lists
+// follow, a level's key is in no table's list, a table whose model names
+// nothing stays in its model, and folders the document removes go first.
+TEST(LogicalModel, ContainersAndRemovedMembers) {
+  LmodStore dst;
+  RefASubjectArea bm(dst.Make(kTIDASubjectArea, 1, "BM"));
+  RefARpObject dim = dst.Make(kTIDADimension, 2, "D", bm);
+  RefARpObject level = dst.Make(kTIDALevel, 3, "L", dim);
+  RefALogicalTable a(dst.Make(kTIDALogicalTable, 4, "A", bm));
+  RefALogicalTable b(dst.Make(kTIDALogicalTable, 5, "B", bm));
+  RefAKey k(dst.Make(kTIDAKey, 6, "k", a));
+  RefARpObject f1 = dst.Make(kTIDALogicalDisplayFolder, 7, "f1", bm);
+  RefARpObject f2 = dst.Make(kTIDALogicalDisplayFolder, 8, "f2", bm);
+  for (const RefARpObject& f : {f1, f2}) bm->GetDisplayFolders().Insert(f.GetID());
+  auto ref = [](const char* tag, std::initializer_list<const char*> q) {
+    return std::string("<Ref") + tag + " qualifiedName=\"" + LmodQ(q) + "\"/>\n";
+  };
+
+  LmodLoadResult r = dst.Load(LmodDoc(
+      "<LogicalKey name=\"k\" parentName=\"" + LmodQ({"BM", "B"}) + "\" uid=\"" +
+      TKSGUIDGenerator::ByteVectorToGUIDString(LmodUid(6)).ToUTF8() + "\" isPrimary=\"true\">\n</LogicalKey>\n" +
+      "<LogicalKey name=\"lk\" parentName=\"" + LmodQ({"BM", "D", "L"}) + "\" isPrimary=\"true\">\n</LogicalKey>\n" +
+      // f1 is both listed and removed: it stays; a removed folder that is gone is no error.
+      "<BusinessModel name=\"BM\">\n<DisplayFolders>\n" + ref("LogicalDisplayFolder", {"BM", "f1"}) +
+      "</DisplayFolders>\n<RemovedDisplayFolders>\n" + ref("LogicalDisplayFolder", {"BM", "f1"}) +
+      ref("LogicalDisplayFolder", {"BM", "gone"}) + ref("LogicalDisplayFolder", {"BM", "f2"}) +
+      "</RemovedDisplayFolders>\n</BusinessModel>\n"));
+  ASSERT_TRUE(r.ok) << r.Text();
+  EXPECT_EQ(k->GetContainerEntity(), RefAEntity(b));
+  EXPECT_EQ(a->GetKeys().Size(), 0u);
+  EXPECT_EQ(LmodNames(b->GetKeys()), (std::vector<std::string>{"k"}));
+  EXPECT_EQ(b->GetPrimaryKey(), k);
+  auto lk = dst.Find<AKey>(kTIDAKey, {"BM", "D", "L", "lk"});
+  ASSERT_TRUE(lk);
+  EXPECT_EQ(lk->GetContainerEntity(), RefAEntity(level));
+  EXPECT_FALSE(lk->IsPrimaryKey());
+  EXPECT_EQ(BinaryRelIterBase(dst.rp.get(), level.GetID(), kRelLogicalTableKeys).Size(), 0u);
+  EXPECT_EQ(LmodNames(bm->GetDisplayFolders()), (std::vector<std::string>{"f1"}));
+
+  // With errors only logged, a table whose model names nothing keeps its own.
+  r = dst.Load(LmodDoc("<LogicalTable name=\"A\" parentName=\"&quot;Gone&quot;\" uid=\"" +
+                       TKSGUIDGenerator::ByteVectorToGUIDString(LmodUid(4)).ToUTF8() + "\">\n</LogicalTable>\n"),
+               true);
+  EXPECT_EQ(a->GetSubjectArea(), bm);
+}
+
+// Without expressions a column's expressions are left out, but the
+// AttributeDefn wrapper stands; an empty one stands too, with empty elements
+// holding an empty expression.
+TEST(LogicalModel, AttributeDefnWrapperStandsAlways) {
+  LmodStore src;
+  RefARpObject db = src.Make(kTIDADatabase, 1, "db");
+  RefARpObject p = src.Make(kTIDATable, 2, "P", db);
+  src.Make(kTIDAColumn, 3, "pid", p);
+  RefARpObject bm = src.Make(kTIDASubjectArea, 4, "BM");
+  RefARpObject t = src.Make(kTIDALogicalTable, 5, "T", bm);
+  RefAAttribute c(src.Make(kTIDAAttribute, 6, "c", t));
+  c->SetExpr(LmodExpr(src.rp.get(), "1 + 2", kSME_Logical));
+  c->SetAttributeDefnExpr(LmodExpr(src.rp.get(), "\"db\".\"\".\"\".\"P\".\"pid\"", kSME_Physical));
+  const std::string full = src.Text({c});
+  EXPECT_NE(full.find("<Expr><![CDATA[1 + 2]]></Expr>\n<AttributeDefn>\n<Expr><![CDATA[\"db\"."), std::string::npos)
+      << full;
+  ToPrettyStringVisitor::SetRipAndReplaceNoExprMode(true);
+  const std::string bare = src.Text({c});
+  ToPrettyStringVisitor::SetRipAndReplaceNoExprMode(false);
+  EXPECT_EQ(bare.find("<Expr>"), std::string::npos) << bare;
+  EXPECT_NE(bare.find("<AttributeDefn>\n</AttributeDefn>\n"), std::string::npos) << bare;
+
+  c->SetAttributeDefnExpr(Expr());
+  EXPECT_NE(src.Text({c}, kGenFooter | kGenEmptyElements).find("<AttributeDefn>\n<Expr></Expr>\n</AttributeDefn>\n"),
+            std::string::npos);
 }
 
 TEST(LogicalModel, MultiplicityTextAndRolePropertiesPersist) {
