@@ -136,7 +136,7 @@ class RolesCodec : public ChildCodec {
     ctx.Print(s);
   }
   ChildReader* NewReader() const override { return new RolesReader; }
-  std::string_view SchemaType() const override { return "RoleType"; }
+  std::string_view SchemaType() const override { return "RolesType"; }
   void FillSample(ARpObject& obj, void*, ARpGateway& rp) const override {
     RpObjectVector tables;
     rp.ForEachObject([&tables](ARpObject* o) {
