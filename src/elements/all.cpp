@@ -7,7 +7,11 @@ namespace qorl::elements {
 std::span<const Description* const> AllDescriptions() {
   static const std::vector<const Description*> all = [] {
     std::vector<const Description*> v;
-    for (auto family : {PhysicalTableDescriptions()}) v.insert(v.end(), family.begin(), family.end());
+    for (auto family : {
+             PhysicalTableDescriptions(),
+             LogicalSourceDescriptions(),
+         })
+      v.insert(v.end(), family.begin(), family.end());
     return v;
   }();
   return all;

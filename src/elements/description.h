@@ -83,6 +83,9 @@ struct Part {
   uint8_t flags;                   // PartFlag bits
   const ChildCodec* codec;         // Child
   const char* note;                // comment of the schema
+  // A member inside the property's value (a struct) that the part stands for;
+  // null: the property's value itself.
+  void* (*within)(void* value) = nullptr;
 };
 
 enum PartFlag : uint8_t {
@@ -93,6 +96,7 @@ enum PartFlag : uint8_t {
   kPhysicalExpr = 16,    // Expr: names resolve in the physical layer
   kEmptyWithFeed = 32,   // EmptyGroup: its empty form ends the line
   kBusinessModelExpr = 64,  // Expr: names resolve in the business model
+  kRepeats = 128,        // Child: the element repeats without a wrapper; one reader takes them all
 };
 
 // How an object finds its parent on load.
@@ -121,6 +125,8 @@ struct Hooks {
   QORLObjectStub* (*resolveParent)(ReadContext& ctx) = nullptr;
   // After the parts of the Execute phase.
   void (*execute)(ARpObject& obj, ReadContext& ctx) = nullptr;
+  // Before the parts of the Execute2 phase, once every object of the document exists.
+  void (*execute2)(ARpObject& obj, ReadContext& ctx) = nullptr;
   // Encrypted texts the dry password test checks.
   void (*passwords)(const NameValuePairs& attrs, VXStringVector& out) = nullptr;
 };
@@ -189,6 +195,12 @@ class ReadContext {
   // The element's qualified name and attributes, as the document gave them.
   virtual const QualifiedName& Name() const = 0;
   virtual const NameValuePairs& Attributes() const = 0;
+  // A fine-grained load changes what its elements name and keeps the rest.
+  virtual bool FineGrained() const = 0;
+  // False for a null object or one this load deletes.
+  virtual bool IsAlive(const RefARpObject& obj) const = 0;
+  // Deletes an object that the element's rules leave redundant.
+  virtual void DeleteObject(const VoidID& id) = 0;
 };
 
 // A structured child element (a string table, a property list, a join graph):

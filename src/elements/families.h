@@ -6,5 +6,6 @@
 namespace qorl::elements {
 
 std::span<const Description* const> PhysicalTableDescriptions();
+std::span<const Description* const> LogicalSourceDescriptions();
 
 }  // namespace qorl::elements

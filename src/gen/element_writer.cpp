@@ -95,15 +95,15 @@ void QORLGenerator::WriteParts(const Binding& b, ARpObject& o) {
   const Description& d = *b.desc;
   for (size_t i = 0; i < d.parts.size(); ++i) {
     const Part& part = d.parts[i];
-    const PropDesc* prop = b.partProps[i];
+    void* field = PartField(b, i, o);
     switch (part.kind) {
       case PartKind::Tagged:
         GenerateTaggedRefObject(
-            element_writer::Referenced(m_pGateway, *static_cast<const VoidID*>(prop->field(o)), part.accepts), part.tag);
+            element_writer::Referenced(m_pGateway, *static_cast<const VoidID*>(field), part.accepts), part.tag);
         break;
       case PartKind::Plain:
         GenerateRefObject(
-            element_writer::Referenced(m_pGateway, *static_cast<const VoidID*>(prop->field(o)), part.accepts),
+            element_writer::Referenced(m_pGateway, *static_cast<const VoidID*>(field), part.accepts),
             b.plainTags[i].view());
         break;
       case PartKind::Group: {
@@ -120,12 +120,12 @@ void QORLGenerator::WriteParts(const Binding& b, ARpObject& o) {
         else GenerateGroupedSTLContainer(RpObjectVector(), part.tag);
         break;
       case PartKind::Text:
-        Print(QORLUtil::GetCDATA(*static_cast<const VXString*>(prop->field(o)), part.tag,
+        Print(QORLUtil::GetCDATA(*static_cast<const VXString*>(field), part.tag,
                                  (part.flags & kOmitEmptyText) != 0, false, 0));
         break;
       case PartKind::Expr:
       case PartKind::TaggedExpr: {
-        const Expr& expr = *static_cast<const Expr*>(prop->field(o));
+        const Expr& expr = *static_cast<const Expr*>(field);
         if ((part.flags & kSkipEmptyExpr) && expr.Size() == 0 && !expr.IsUnparsed()) {
           if (!(m_genOptions & kGenEmptyElements)) break;
           if (part.kind == PartKind::TaggedExpr) {
@@ -141,7 +141,7 @@ void QORLGenerator::WriteParts(const Binding& b, ARpObject& o) {
         break;
       }
       case PartKind::Child:
-        part.codec->Write(o, prop ? prop->field(o) : nullptr, part.tag, *this);
+        part.codec->Write(o, field, part.tag, *this);
         break;
     }
   }

@@ -14,11 +14,10 @@ std::span<const ElementWriter> AllFamilies(size_t i) {
   switch (i) {
     case 0: return PhysicalSourceElementWriters();
     case 1: return LogicalModelElementWriters();
-    case 2: return LogicalSourceElementWriters();
     default: return {};
   }
 }
-constexpr size_t kFamilyCount = 3;
+constexpr size_t kFamilyCount = 2;
 
 }  // namespace
 

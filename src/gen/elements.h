@@ -26,7 +26,6 @@ const ElementWriter* FindElementWriter(TypeID type);
 // The rows of each element family, defined with the family's writers.
 std::span<const ElementWriter> PhysicalSourceElementWriters();
 std::span<const ElementWriter> LogicalModelElementWriters();
-std::span<const ElementWriter> LogicalSourceElementWriters();
 
 
 }  // namespace qorl

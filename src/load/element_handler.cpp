@@ -21,12 +21,6 @@ struct QORLElementHandler::Slot {
 
 namespace element_handler {
 
-// The type a reference element names ("RefPhysicalColumn": 3003); 0 for any other element.
-TypeID RefType(const VXString& tag) {
-  if (!tag.starts_with(TAG_REF)) return kTIDUnknown;
-  return QORLUtil::GetTypeID(tag.substr(TAG_REF.size()));
-}
-
 VoidID IdOf(const RefARpObject& o) { return o.IsNullRef() ? VoidID::NullID : o.GetID(); }
 
 // The parent link, and the parent's list of such children where it keeps one.
@@ -88,7 +82,7 @@ void QORLElementHandler::startElement(const VXString& tag, const NameValuePairs&
     }
     case kInTagged:
     case kInGroup: {
-      TypeID type = element_handler::RefType(tag);
+      TypeID type = QORLUtil::GetRefTypeID(tag);
       if (!Accepts(parts[m_part], type)) break;
       // A reference without attributes is the empty element of an unset one.
       if (attrs.Size() != 0) {
@@ -114,7 +108,7 @@ void QORLElementHandler::StartPart(size_t index, const VXString& tag, const Name
     case PartKind::Group:
     case PartKind::EmptyGroup: m_parsingState = kInGroup; return;
     case PartKind::Plain:
-      if (attrs.Size() != 0) s.stub = ProcessRefObject(element_handler::RefType(tag), attrs);
+      if (attrs.Size() != 0) s.stub = ProcessRefObject(QORLUtil::GetRefTypeID(tag), attrs);
       m_parsingState = kInPlain;
       return;
     case PartKind::Text:
@@ -131,7 +125,7 @@ void QORLElementHandler::StartPart(size_t index, const VXString& tag, const Name
       m_parsingState = kInExpr;
       return;
     case PartKind::Child:
-      s.child.reset(part.codec->NewReader());
+      if (!s.child || !(part.flags & kRepeats)) s.child.reset(part.codec->NewReader());
       m_childDepth = 1;
       m_parsingState = kInChild;
       s.child->Start(tag, attrs, *this);
@@ -218,11 +212,11 @@ void QORLElementHandler::ApplyParts(ARpObject& obj, Phase phase) {
     const Part& part = d.parts[i];
     if (part.phase != phase) continue;
     Slot& s = SlotOf(i);
-    const PropDesc* prop = m_binding.partProps[i];
+    void* field = PartField(m_binding, i, obj);
     switch (part.kind) {
       case PartKind::Tagged:
       case PartKind::Plain:
-        *static_cast<VoidID*>(prop->field(obj)) = element_handler::IdOf(ObjectOf(s.stub));
+        *static_cast<VoidID*>(field) = element_handler::IdOf(ObjectOf(s.stub));
         MarkObjectDirty(obj);
         break;
       case PartKind::Group:
@@ -230,7 +224,7 @@ void QORLElementHandler::ApplyParts(ARpObject& obj, Phase phase) {
         break;
       case PartKind::EmptyGroup: break;
       case PartKind::Text:
-        *static_cast<VXString*>(prop->field(obj)) =
+        *static_cast<VXString*>(field) =
             (part.flags & kLineFeeds) ? BaseStringUtil::LineFeedConversion(s.text) : s.text;
         MarkObjectDirty(obj);
         break;
@@ -242,14 +236,14 @@ void QORLElementHandler::ApplyParts(ARpObject& obj, Phase phase) {
                                                         : kSME_Logical;
         VXString text = s.expr ? s.expr->GetExprText() : VXString();
         if (ParseExpr(s.expr ? s.expr->GetExprLine() : GetObjTagLineNumber(), text, expr, type)) {
-          *static_cast<Expr*>(prop->field(obj)) = std::move(expr);
+          *static_cast<Expr*>(field) = std::move(expr);
           MarkObjectDirty(obj);
         }
         break;
       }
       case PartKind::Child:
         if (!s.child) s.child.reset(part.codec->NewReader());
-        s.child->Execute(obj, prop ? prop->field(obj) : nullptr, *this);
+        s.child->Execute(obj, field, *this);
         break;
     }
   }
@@ -267,7 +261,11 @@ void QORLElementHandler::Execute() {
 }
 
 void QORLElementHandler::Execute2() {
-  if (ARpObject* obj = m_object.GetRawObjPtr()) ApplyParts(*obj, Phase::Execute2);
+  ARpObject* obj = m_object.GetRawObjPtr();
+  if (!obj) return;
+  const Description& d = *m_binding.desc;
+  if (d.hooks && d.hooks->execute2) d.hooks->execute2(*obj, *this);
+  ApplyParts(*obj, Phase::Execute2);
 }
 
 void QORLElementHandler::GetPasswordsToCheck(VXStringVector& out) const {
@@ -299,6 +297,12 @@ QORLObjectStub* QORLElementHandler::ParentStub(TypeID type, const QualifiedName&
   stub->SetID(m_parentID);
   return stub;
 }
+
+bool QORLElementHandler::FineGrained() const { return m_pManager->m_bFineGrainedXML; }
+
+bool QORLElementHandler::IsAlive(const RefARpObject& obj) const { return m_pManager->IsVltObjectAlive(obj); }
+
+void QORLElementHandler::DeleteObject(const VoidID& id) { m_pManager->DeleteInternalObject(id); }
 
 bool QORLElementHandler::ParseExpr(int line, const VXString& text, Expr& out, int exprType) {
   return m_pManager->ParseMetaExpr(line, text, out, m_object, static_cast<ExprType>(exprType));

@@ -35,6 +35,9 @@ class QORLElementHandler : public QORLObject, public elements::ReadContext {
   bool ParseExpr(int line, const VXString& text, Expr& out, int exprType) override;
   const QualifiedName& Name() const override { return m_qualifiedName; }
   const NameValuePairs& Attributes() const override { return m_attrs; }
+  bool FineGrained() const override;
+  bool IsAlive(const RefARpObject& obj) const override;
+  void DeleteObject(const VoidID& id) override;
 
  private:
   struct Slot;

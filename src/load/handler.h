@@ -264,6 +264,6 @@ HandlerFactory FindHandlerFactory(TypeID type);
 // The rows of each element family, defined with the family's handlers.
 std::span<const HandlerRow> PhysicalSourceHandlers();
 std::span<const HandlerRow> LogicalModelHandlers();
-std::span<const HandlerRow> LogicalSourceHandlers();
+std::span<const HandlerRow> ColumnMappingHandlers();
 
 }  // namespace qorl

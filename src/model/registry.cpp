@@ -4,6 +4,8 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "model/vocabulary.h"
+
 namespace qorl {
 namespace {
 
@@ -136,6 +138,10 @@ TypeID GetTypeID(const VXString& tag) {
   const auto& map = TagToType();
   auto it = map.find(tag);
   return it == map.end() ? kTIDUnknown : it->second;
+}
+
+TypeID GetRefTypeID(const VXString& tag) {
+  return tag.starts_with(TAG_REF) ? GetTypeID(tag.substr(TAG_REF.size())) : kTIDUnknown;
 }
 
 bool isTopLevelElemInDocument(TypeID type) {

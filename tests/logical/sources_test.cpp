@@ -9,7 +9,6 @@
 #include <regex>
 
 #include "gen/generator.h"
-#include "gen/logical_sources.h"
 #include "load/parser.h"
 #include "model/codecs.h"
 #include "platform/error.h"
@@ -71,11 +70,6 @@ std::string LsrcCat(std::initializer_list<std::string> parts) {
 
 void LsrcExpectRoundTrip(LsrcStore& src, LsrcStore& dst, const RpObjectVector& decl, int options) {
   test::ExpectRoundTrip(src, dst, decl, options, "lsrc");
-}
-
-template <class Obj>
-void LsrcExpectAllRowsWritten(std::span<const AttrRow<Obj>> rows, const std::string& text) {
-  test::ExpectAllRowsWritten(rows, text);
 }
 
 // A source with two joins, mappings, a filter and contents; a measure with a
@@ -145,9 +139,7 @@ TEST(LogicalSources, EveryPropertyAtANonDefaultValueRoundTrips) {
 
   // Every own attribute is in the text, so the trip above carried them all.
   std::string text = src.Text(set.Decl(), options);
-  LsrcExpectAllRowsWritten(LogicalTableSourceAttrRows(), text);
-  LsrcExpectAllRowsWritten(AggrRuleAttrRows(), text);
-  LsrcExpectAllRowsWritten(MeasureDefnAttrRows(), text);
+  for (TypeID type : {kTIDALogicalTableSource, kTIDAAggrRule, kTIDAMeasureDefn}) test::ExpectAllAttrsWritten(type, text);
   EXPECT_NE(text.find(" priorityGroup=\"-1\""), std::string::npos);
 
   // The loaded store holds what the source store does.

@@ -10,6 +10,7 @@
 #include <regex>
 #include <string>
 
+#include "elements/description.h"
 #include "gen/generator.h"
 #include "load/parser.h"
 #include "model/attr_table.h"
@@ -146,6 +147,16 @@ template <class Obj>
 void ExpectAllRowsWritten(std::span<const AttrRow<Obj>> rows, const std::string& text) {
   for (const AttrRow<Obj>& r : rows) {
     std::string name = VXString(r.name).ToUTF8();
+    EXPECT_NE(text.find(" " + name + "=\""), std::string::npos) << name;
+  }
+}
+
+// Every attribute of an element's description appears in its text.
+inline void ExpectAllAttrsWritten(TypeID type, const std::string& text) {
+  const elements::Description* d = elements::FindDescription(type);
+  ASSERT_NE(d, nullptr) << type;
+  for (const elements::Attr& a : d->attrs) {
+    std::string name = VXString(a.name).ToUTF8();
     EXPECT_NE(text.find(" " + name + "=\""), std::string::npos) << name;
   }
 }
