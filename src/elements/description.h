@@ -129,6 +129,9 @@ struct Hooks {
   void (*execute2)(ARpObject& obj, ReadContext& ctx) = nullptr;
   // Encrypted texts the dry password test checks.
   void (*passwords)(const NameValuePairs& attrs, VXStringVector& out) = nullptr;
+  // What identifies the element in a fine-grained document, where a second
+  // element of the same identity is dropped; S_ERROR for none. Null: its uid.
+  VXString (*uniqueIdentifier)(ReadContext& ctx) = nullptr;
 };
 
 struct Description {
@@ -197,6 +200,10 @@ class ReadContext {
   virtual const NameValuePairs& Attributes() const = 0;
   // A fine-grained load changes what its elements name and keeps the rest.
   virtual bool FineGrained() const = 0;
+  // The parent's upgrade id as the element gives it; empty when it gives none.
+  virtual const VXUpgradeID& ParentUpgradeID() const = 0;
+  // The upgrade id of the i-th object the expression of property `prop` lists; null when it lists none.
+  virtual const VXUpgradeID* ExprObjectUID(const char* prop, size_t i) = 0;
   // False for a null object or one this load deletes.
   virtual bool IsAlive(const RefARpObject& obj) const = 0;
   // Deletes an object that the element's rules leave redundant.

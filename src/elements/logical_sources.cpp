@@ -4,6 +4,7 @@
 #include "elements/join_graph.h"
 #include "elements/rows.h"
 #include "model/vocabulary.h"
+#include "platform/guid.h"
 #include "platform/strutil.h"
 #include "store/classes.h"
 #include "store/expr_store.h"
@@ -71,6 +72,24 @@ const Hooks kSourceHooks{.execute2 = &PrepareDefinition};
 
 // ---- measures and rules ----
 
+VXString GuidText(const VXUpgradeID& uid) {
+  VXString t = TKSGUIDGenerator::ByteVectorToGUIDString(uid);
+  return t.empty() ? VXString(S_ERROR) : t;
+}
+
+// In a fine-grained document a column has one definition, and a rule is
+// known by the first object of its expression and its name.
+VXString MeasureIdentity(ReadContext& ctx) {
+  if (!ctx.FineGrained() || ctx.ParentUpgradeID().empty()) return VXString(S_ERROR);
+  return GuidText(ctx.ParentUpgradeID()) + U'_' + TAG_MEASURE_DEFN;
+}
+
+VXString RuleIdentity(ReadContext& ctx, const char* exprProp) {
+  const VXUpgradeID* first = ctx.ExprObjectUID(exprProp, 0);
+  if (!ctx.FineGrained() || !first || ctx.Name().empty()) return VXString(S_ERROR);
+  return GuidText(*first) + U'_' + ctx.Name().back();
+}
+
 // At most one rule of a measure has no dimension, the default, and it stands
 // last: of several the last is kept and the others are deleted. Applied once
 // every rule of the document has its dimension.
@@ -88,14 +107,20 @@ void KeepOneDefaultRule(ARpObject& obj, ReadContext& ctx) {
   rules.Insert(kept);
 }
 
-const Hooks kMeasureHooks{.execute2 = &KeepOneDefaultRule};
+const Hooks kMeasureHooks{.execute2 = &KeepOneDefaultRule, .uniqueIdentifier = &MeasureIdentity};
 
 // A rule whose measure definition, or that definition's column, cannot be
 // reached has no element unless empty elements are asked for.
-const Hooks kRuleHooks{.isWritten = [](const ARpObject& obj, const WriteContext& ctx) {
-  RefAMeasureDefn measure = static_cast<const AAggrRule&>(obj).GetMeasureDefn();
-  return (ctx.Options() & kGenEmptyElements) || (measure && measure->GetContainerAttribute());
-}};
+const Hooks kRuleHooks{.isWritten =
+                           [](const ARpObject& obj, const WriteContext& ctx) {
+                             RefAMeasureDefn measure = static_cast<const AAggrRule&>(obj).GetMeasureDefn();
+                             return (ctx.Options() & kGenEmptyElements) ||
+                                    (measure && measure->GetContainerAttribute());
+                           },
+                       .uniqueIdentifier = [](ReadContext& ctx) { return RuleIdentity(ctx, "aggrExpr"); }};
+
+const Hooks kOverrideRuleHooks{
+    .uniqueIdentifier = [](ReadContext& ctx) { return RuleIdentity(ctx, "overrideAggrExpr"); }};
 
 // Written for the default rule; a rule is the default when it has no
 // dimension, so the attribute is not read.
@@ -169,7 +194,7 @@ const Description kRule{kTIDAAggrRule, TAG_AGGR_RULE, "AggrRuleType",
 const Description kOverrideRule{kTIDAOverrideAggrRule, TAG_OVERRIDE_AGGR_RULE, "OverrideAggrRuleType",
                                 {ParentMode::ByName, kMeasures, kRelMeasureOverrideAggrRules},
                                 {},                    kOverrideRuleParts,     {},
-                                kNameIdentity,         {},                     nullptr};
+                                kNameIdentity,         {},                     &kOverrideRuleHooks};
 
 const Description* const kAll[] = {&kSource, &kMeasure, &kRule, &kOverrideRule};
 

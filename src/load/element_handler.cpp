@@ -273,6 +273,12 @@ void QORLElementHandler::GetPasswordsToCheck(VXStringVector& out) const {
   if (d.hooks && d.hooks->passwords) d.hooks->passwords(m_attrs, out);
 }
 
+VXString QORLElementHandler::GetUniqueIdentifier() {
+  const Description& d = *m_binding.desc;
+  if (d.hooks && d.hooks->uniqueIdentifier) return d.hooks->uniqueIdentifier(*this);
+  return QORLObject::GetUniqueIdentifier();
+}
+
 // ---- what hooks and child codecs see ----
 
 bool QORLElementHandler::IgnoreErrors() const { return m_pManager->IgnoreErrors(); }
@@ -299,6 +305,16 @@ QORLObjectStub* QORLElementHandler::ParentStub(TypeID type, const QualifiedName&
 }
 
 bool QORLElementHandler::FineGrained() const { return m_pManager->m_bFineGrainedXML; }
+
+const VXUpgradeID* QORLElementHandler::ExprObjectUID(const char* prop, size_t i) {
+  const std::span<const Part> parts = m_binding.desc->parts;
+  for (size_t p = 0; p < parts.size(); ++p) {
+    if (!parts[p].prop || std::string_view(parts[p].prop) != prop || !m_slots || !m_slots[p].expr) continue;
+    const QORLObjectStubVector& objects = m_slots[p].expr->GetObjects();
+    return i < objects.size() && objects[i] ? &objects[i]->GetUpgradeID() : nullptr;
+  }
+  return nullptr;
+}
 
 bool QORLElementHandler::IsAlive(const RefARpObject& obj) const { return m_pManager->IsVltObjectAlive(obj); }
 

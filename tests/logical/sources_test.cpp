@@ -545,6 +545,43 @@ TEST(LogicalSources, MeasureDefinitionWhoseRulesAreReplaced) {
 )xml"));
 }
 
+// A fine-grained document keeps the first element of an identity: a column's
+// definition by its parent, a rule by the first object of its expression and
+// its name, whatever their uids.
+TEST(LogicalSources, FineGrainedDocumentKeepsOneElementPerIdentity) {
+  LsrcStore dst;
+  LsrcModel m(dst);
+  RefAMeasureDefn measure(dst.Make(kTIDAMeasureDefn, 21, "m", m.c2));
+  const std::string column = "parentName=\"&quot;BM&quot;.&quot;T&quot;.&quot;c2&quot;\" parentUid=\"" +
+                             TKSGUIDGenerator::ByteVectorToGUIDString(m.c2->UpgradeID()).ToUTF8() + "\"";
+  // The expression lists one object, the one its identity goes by.
+  auto rule = [](const char* tag, int uid, const std::string& expr, const char* object, int objectUid) {
+    return LsrcCat({"<", tag, " name=\"r\" uid=\"", TKSGUIDGenerator::ByteVectorToGUIDString(LsrcUid(uid)).ToUTF8(),
+                    "\" parentName=\"&quot;BM&quot;.&quot;T&quot;.&quot;c2&quot;.&quot;m&quot;\">\n<Expr><![CDATA[", expr,
+                    "]]></Expr>\n<Objects>\n<RefObject qualifiedName=\"",
+                    std::regex_replace(object, std::regex("\""), "&quot;"), "\" uid=\"",
+                    TKSGUIDGenerator::ByteVectorToGUIDString(LsrcUid(objectUid)).ToUTF8(), "\"/>\n</Objects>\n</", tag,
+                    ">\n"});
+  };
+  const std::string c2 = kLsrcC2, pc = kLsrcPc;
+  std::string doc = LsrcDoc(LsrcCat({"<MeasureDefn name=\"m\" ", column, " isCommutative=\"true\">\n</MeasureDefn>\n",
+                                     "<MeasureDefn name=\"m\" ", column, " isCommutative=\"false\">\n</MeasureDefn>\n",
+                                     rule("AggrRule", 31, "SUM(" + c2 + ")", kLsrcC2, 4),
+                                     rule("AggrRule", 32, "MAX(" + c2 + ")", kLsrcC2, 4),
+                                     rule("OverrideAggrRule", 33, "MIN(" + pc + ")", kLsrcPc, 10),
+                                     rule("OverrideAggrRule", 34, "AVG(" + pc + ")", kLsrcPc, 10)}));
+  LsrcLoadResult r = dst.Load(doc, false, true);
+  ASSERT_TRUE(r.ok) << r.Text();
+  EXPECT_TRUE(measure->IsCommutative());
+  ASSERT_EQ(measure->GetAggrRules().Size(), 1u);
+  ASSERT_EQ(measure->GetOverrideAggrRules().Size(), 1u);
+  RefAAggrRule kept = measure->GetAggrRules().Members().front();
+  EXPECT_EQ(kept->UpgradeID(), LsrcUid(31));
+  EXPECT_EQ(ToPrettyStringVisitor::GetFormatExpr(kept->GetAggrExpr(), dst.rp.get()), LsrcCat({"SUM(", kLsrcC2, ")"}));
+  RefAOverrideAggrRule over = measure->GetOverrideAggrRules().Members().front();
+  EXPECT_EQ(ToPrettyStringVisitor::GetFormatExpr(over->GetOverrideAggrExpr(), dst.rp.get()), "MIN(" + pc + ")");
+}
+
 TEST(LogicalSources, MalformedValues) {
   auto loadOne = [](const std::string& declare, bool ignoreErrors = false) {
     auto store = std::make_unique<LsrcStore>();
