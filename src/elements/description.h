@@ -110,6 +110,7 @@ struct ParentRule {
   ParentMode mode;
   std::span<const TypeID> types;  // tried in order
   RelID ownerRel;                 // the parent's relation that lists the object, or 0
+  bool keepUnresolved = false;    // a parent that cannot be found leaves the object where it is
 };
 
 // How the tree form lays the element out.

@@ -187,12 +187,13 @@ const Description kMeasure{kTIDAMeasureDefn, TAG_MEASURE_DEFN, "MeasureDefnType"
                            {ParentMode::ByName, kLogicalColumns, 0},
                            kMeasureAttrs,    kMeasureParts,    {},
                            kNameIdentity,    kRuleLists,       &kMeasureHooks};
+// A rule whose measure cannot be found keeps the measure it has.
 const Description kRule{kTIDAAggrRule, TAG_AGGR_RULE, "AggrRuleType",
-                        {ParentMode::ByName, kMeasures, kRelMeasureAggrRules},
+                        {ParentMode::ByName, kMeasures, kRelMeasureAggrRules, true},
                         kRuleAttrs,    kRuleParts,    {},
                         kNameIdentity, {},            &kRuleHooks};
 const Description kOverrideRule{kTIDAOverrideAggrRule, TAG_OVERRIDE_AGGR_RULE, "OverrideAggrRuleType",
-                                {ParentMode::ByName, kMeasures, kRelMeasureOverrideAggrRules},
+                                {ParentMode::ByName, kMeasures, kRelMeasureOverrideAggrRules, true},
                                 {},                    kOverrideRuleParts,     {},
                                 kNameIdentity,         {},                     &kOverrideRuleHooks};
 

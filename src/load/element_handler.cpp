@@ -253,7 +253,9 @@ void QORLElementHandler::Execute() {
   ARpObject* obj = m_object.GetRawObjPtr();
   if (!obj) return;
   const Description& d = *m_binding.desc;
-  if (d.parent.mode != ParentMode::None) element_handler::SetParentOf(*obj, ObjectOf(m_pParent), d.parent.ownerRel);
+  RefARpObject parent = ObjectOf(m_pParent);
+  if (d.parent.mode != ParentMode::None && !(parent.IsNullRef() && d.parent.keepUnresolved))
+    element_handler::SetParentOf(*obj, parent, d.parent.ownerRel);
   ReadAttributes(*obj);
   ApplyParts(*obj, Phase::Execute);
   if (d.hooks && d.hooks->execute) d.hooks->execute(*obj, *this);

@@ -640,6 +640,20 @@ TEST(LogicalSources, MalformedValues) {
     RefAAggrRule rule(store->rp->GetObject(ids[0]));
     EXPECT_TRUE(rule->GetMeasureDefn().IsNullRef());
   }
+  // A rule of the store keeps its measure when the one the document names cannot be reached.
+  {
+    auto store = std::make_unique<LsrcStore>();
+    LsrcModel m(*store);
+    RefAMeasureDefn measure(store->Make(kTIDAMeasureDefn, 21, "m", m.c2));
+    RefAAggrRule rule(store->Make(kTIDAAggrRule, 22, "r"));
+    rule->SetMeasureDefn(measure);
+    LsrcLoadResult r = store->Load(
+        LsrcDoc("<AggrRule name=\"r\" uid=\"" + TKSGUIDGenerator::ByteVectorToGUIDString(LsrcUid(22)).ToUTF8() +
+                "\" parentName=\"&quot;BM&quot;.&quot;T&quot;.&quot;c1&quot;.&quot;none&quot;\">\n</AggrRule>\n"),
+        true);
+    EXPECT_EQ(rule->GetMeasureDefn().GetID(), measure.GetID()) << r.Text();
+    EXPECT_TRUE(measure->GetAggrRules().Contains(rule));
+  }
 }
 }  // namespace
 }  // namespace qorl
