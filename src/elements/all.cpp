@@ -11,6 +11,7 @@ std::span<const Description* const> AllDescriptions() {
              PhysicalTableDescriptions(),
              PhysicalSourceDescriptions(),
              LogicalModelDescriptions(),
+             LogicalSourceDescriptions(),
          })
       v.insert(v.end(), family.begin(), family.end());
     return v;

@@ -50,7 +50,7 @@ Binding Bind(const Description& d) {
       p = FindProperty(b.cls, part.prop);
       if (!p) Fail(d, "no property", part.prop);
       PropKind want = KindOf(part.kind);
-      if (want != PropKind::Custom && p->kind != want) Fail(d, "property of another kind:", part.prop);
+      if (want != PropKind::Custom && !part.within && p->kind != want) Fail(d, "property of another kind:", part.prop);
     }
     b.partProps.push_back(p);
     auto index = [&](std::u32string_view tag) {
@@ -104,6 +104,13 @@ const Binding& BindingOf(const Description& d) { return *BindingOf(d.type); }
 const Description* FindDescription(TypeID type) {
   const Binding* b = BindingOf(type);
   return b ? b->desc : nullptr;
+}
+
+void* PartField(const Binding& b, size_t part, ARpObject& obj) {
+  const PropDesc* p = b.partProps[part];
+  if (!p) return nullptr;
+  void* value = p->field(obj);
+  return b.desc->parts[part].within ? b.desc->parts[part].within(value) : value;
 }
 
 void* FieldOf(ARpObject& obj, const char* prop) {

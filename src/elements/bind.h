@@ -27,4 +27,7 @@ struct Binding {
 const Binding& BindingOf(const Description& d);
 const Binding* BindingOf(TypeID type);
 
+// The member a part reads and writes on the object; null when it has none.
+void* PartField(const Binding& b, size_t part, ARpObject& obj);
+
 }  // namespace qorl::elements

@@ -88,6 +88,9 @@ struct Part {
   uint16_t flags;                  // PartFlag bits
   const ChildCodec* codec;         // Child
   const char* note;                // comment of the schema
+  // A member inside the property's value (a struct) that the part stands for;
+  // null: the property's value itself.
+  void* (*within)(void* value) = nullptr;
 };
 
 enum PartFlag : uint16_t {
@@ -102,6 +105,7 @@ enum PartFlag : uint16_t {
   kAlwaysWrapped = 256,   // TaggedExpr: the wrapper stands always, around an expression written as in place
   kKeepUnparsed = 512,    // Expr: a text that does not parse is kept, unparsed, when the error is only logged
   kKeepPlaces = 1024,     // Group: the relation becomes the list, but members that stay keep their places
+  kRepeats = 2048,        // Child: the element repeats without a wrapper; one reader takes them all
 };
 
 // How an object finds its parent on load.
@@ -131,10 +135,15 @@ struct Hooks {
   QORLObjectStub* (*resolveParent)(ReadContext& ctx) = nullptr;
   // After the parts of the Execute phase.
   void (*execute)(ARpObject& obj, ReadContext& ctx) = nullptr;
-  // After the parts of the Execute2 phase, once every object of the document exists.
+  // Before the parts of the Execute2 phase, once every object of the document exists.
+  void (*prepare2)(ARpObject& obj, ReadContext& ctx) = nullptr;
+  // After the parts of the Execute2 phase.
   void (*execute2)(ARpObject& obj, ReadContext& ctx) = nullptr;
   // Encrypted texts the dry password test checks.
   void (*passwords)(const NameValuePairs& attrs, VXStringVector& out) = nullptr;
+  // What identifies the element in a fine-grained document, where a second
+  // element of the same identity is dropped; S_ERROR for none. Null: its uid.
+  VXString (*uniqueIdentifier)(ReadContext& ctx) = nullptr;
 };
 
 struct Description {
@@ -212,6 +221,16 @@ class ReadContext {
   // The element's qualified name and attributes, as the document gave them.
   virtual const QualifiedName& Name() const = 0;
   virtual const NameValuePairs& Attributes() const = 0;
+  // A fine-grained load changes what its elements name and keeps the rest.
+  virtual bool FineGrained() const = 0;
+  // The parent's upgrade id as the element gives it; empty when it gives none.
+  virtual const VXUpgradeID& ParentUpgradeID() const = 0;
+  // The upgrade id of the i-th object the expression of property `prop` lists; null when it lists none.
+  virtual const VXUpgradeID* ExprObjectUID(const char* prop, size_t i) = 0;
+  // False for a null object or one this load deletes.
+  virtual bool IsAlive(const RefARpObject& obj) const = 0;
+  // Deletes an object that the element's rules leave redundant.
+  virtual void DeleteObject(const VoidID& id) = 0;
 };
 
 // A structured child element (a string table, a property list, a join graph):

@@ -8,5 +8,6 @@ namespace qorl::elements {
 std::span<const Description* const> PhysicalTableDescriptions();
 std::span<const Description* const> PhysicalSourceDescriptions();
 std::span<const Description* const> LogicalModelDescriptions();
+std::span<const Description* const> LogicalSourceDescriptions();
 
 }  // namespace qorl::elements

@@ -608,10 +608,10 @@ const Attr kPoolAttrs[] = {
 
 const Part kPoolParts[] = {
     Child(TAG_CONFIG_PARAMETERS, kConfigParams, "configParams"),
-    Child(TAG_AFTER_QUERY_STRING, kConnectScripts, "afterQueryStrings"),
-    Child(TAG_BEFORE_QUERY_STRING, kConnectScripts, "beforeQueryStrings"),
-    Child(TAG_POST_CONNECT_STRING, kConnectScripts, "postConnectStrings"),
-    Child(TAG_PRE_DISCONNECT_STRING, kConnectScripts, "preDisconnectStrings"),
+    Child(TAG_AFTER_QUERY_STRING, kConnectScripts, "afterQueryStrings", Phase::Execute, kRepeats),
+    Child(TAG_BEFORE_QUERY_STRING, kConnectScripts, "beforeQueryStrings", Phase::Execute, kRepeats),
+    Child(TAG_POST_CONNECT_STRING, kConnectScripts, "postConnectStrings", Phase::Execute, kRepeats),
+    Child(TAG_PRE_DISCONNECT_STRING, kConnectScripts, "preDisconnectStrings", Phase::Execute, kRepeats),
     Tagged(TAG_RELATIONAL_CONN_POOL, "relationalConnectionPool", kPools),
     Tagged(TAG_RELATIONAL_DATA_FOLDER, "relationalDataFolder", kDataFolders),
     Tagged(TAG_SQL_BYPASS_DB, "sqlBypassDatabase", kDatabases),

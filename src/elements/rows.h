@@ -79,8 +79,14 @@ constexpr Part TaggedExpression(std::u32string_view tag, const char* prop, uint1
   return {PartKind::TaggedExpr, tag, prop, 0, {}, phase, flags, nullptr, nullptr};
 }
 constexpr Part Child(std::u32string_view tag, const ChildCodec& codec, const char* prop = nullptr,
-                     Phase phase = Phase::Execute) {
-  return {PartKind::Child, tag, prop, 0, {}, phase, 0, &codec, nullptr};
+                     Phase phase = Phase::Execute, uint16_t flags = 0) {
+  return {PartKind::Child, tag, prop, 0, {}, phase, flags, &codec, nullptr};
+}
+
+// The part for a member inside its property's value.
+constexpr Part Within(Part part, void* (*member)(void* value)) {
+  part.within = member;
+  return part;
 }
 
 }  // namespace qorl::elements::rows

@@ -9,8 +9,9 @@ namespace schema {
 
 std::string Utf8(std::u32string_view s) { return VXString(s).ToUTF8(); }
 
-std::string Optional(std::u32string_view tag, std::string_view type) {
-  return "      <xs:element name=\"" + Utf8(tag) + "\" type=\"" + std::string(type) + "\" minOccurs=\"0\"/>\n";
+std::string Optional(std::u32string_view tag, std::string_view type, bool repeats = false) {
+  return "      <xs:element name=\"" + Utf8(tag) + "\" type=\"" + std::string(type) + "\" minOccurs=\"0\"" +
+         (repeats ? " maxOccurs=\"unbounded\"" : "") + "/>\n";
 }
 
 std::string Note(const char* note, const char* indent) {
@@ -39,7 +40,7 @@ std::string PartElement(const Part& p) {
     case PartKind::Text: return s + Optional(p.tag, "xs:string");
     case PartKind::Expr: return s + "      <xs:group ref=\"ExpressionElements\"/>\n";
     case PartKind::TaggedExpr: return s + Optional(p.tag, "TaggedExpressionType");
-    case PartKind::Child: return s + Optional(p.tag, p.codec->SchemaType());
+    case PartKind::Child: return s + Optional(p.tag, p.codec->SchemaType(), (p.flags & kRepeats) != 0);
   }
   return s;
 }

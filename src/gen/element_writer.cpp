@@ -2,7 +2,6 @@
 // attributes and children as its description lists them.
 #include "elements/bind.h"
 #include "elements/fragments.h"
-#include "gen/elements.h"
 #include "gen/generator.h"
 #include "model/attr_text.h"
 #include "model/vocabulary.h"
@@ -59,16 +58,12 @@ void PrintTag(WriteContext& gen, std::u32string_view open, std::u32string_view t
 
 bool HasEmptyVisit(TypeID type) { return element_writer::HasEmptyVisit(type); }
 
-// Elements whose family still has writers of its own.
-void QORLGenerator::WriteFamilyElement(const RefARpObject& object) {
-  const ElementWriter* w = FindElementWriter(object->GetTypeID());
-  if (w && w->isWritten && !w->isWritten(*this, object)) return;
+// Elements without a description yet: the common frame alone.
+void QORLGenerator::WriteFrameOnly(const RefARpObject& object) {
   GenerateGenericOpenTag(object);
-  if (w && w->attributes) Print(w->attributes(*this, object));
   Print(S_GT);
   Print(S_NEWLINE);
   Print(QORLUtil::GetDescriptionXMLElement(object, m_genOptions));
-  if (w && w->children) w->children(*this, object);
   GenerateClosingTag(object);
 }
 
@@ -77,7 +72,7 @@ void QORLGenerator::WriteElement(const RefARpObject& object) {
   if (!o || element_writer::HasEmptyVisit(o->GetTypeID())) return;
   const Binding* b = BindingOf(o->GetTypeID());
   const Description* d = b ? b->desc : nullptr;
-  if (!d) return WriteFamilyElement(object);
+  if (!d) return WriteFrameOnly(object);
   if (d->hooks && d->hooks->isWritten && !d->hooks->isWritten(*o, *this)) return;
   GenerateGenericOpenTag(object);
   if (d) {
@@ -103,15 +98,15 @@ void QORLGenerator::WriteParts(const Binding& b, ARpObject& o) {
   const Description& d = *b.desc;
   for (size_t i = 0; i < d.parts.size(); ++i) {
     const Part& part = d.parts[i];
-    const PropDesc* prop = b.partProps[i];
+    void* field = PartField(b, i, o);
     switch (part.kind) {
       case PartKind::Tagged:
         GenerateTaggedRefObject(
-            element_writer::Referenced(m_pGateway, *static_cast<const VoidID*>(prop->field(o)), part.accepts), part.tag);
+            element_writer::Referenced(m_pGateway, *static_cast<const VoidID*>(field), part.accepts), part.tag);
         break;
       case PartKind::Plain:
         GenerateRefObject(
-            element_writer::Referenced(m_pGateway, *static_cast<const VoidID*>(prop->field(o)), part.accepts),
+            element_writer::Referenced(m_pGateway, *static_cast<const VoidID*>(field), part.accepts),
             b.plainTags[i].view());
         break;
       case PartKind::Group: {
@@ -128,12 +123,12 @@ void QORLGenerator::WriteParts(const Binding& b, ARpObject& o) {
         else GenerateGroupedSTLContainer(RpObjectVector(), part.tag);
         break;
       case PartKind::Text:
-        Print(QORLUtil::GetCDATA(*static_cast<const VXString*>(prop->field(o)), part.tag,
+        Print(QORLUtil::GetCDATA(*static_cast<const VXString*>(field), part.tag,
                                  (part.flags & kOmitEmptyText) != 0, false, 0));
         break;
       case PartKind::Expr:
       case PartKind::TaggedExpr: {
-        const Expr& expr = *static_cast<const Expr*>(prop->field(o));
+        const Expr& expr = *static_cast<const Expr*>(field);
         // A wrapper that stands always holds the expression as it stands in place.
         const bool wrapped = part.kind == PartKind::TaggedExpr && (part.flags & kAlwaysWrapped);
         if (wrapped) element_writer::PrintTag(*this, S_LT, part.tag);
@@ -151,7 +146,7 @@ void QORLGenerator::WriteParts(const Binding& b, ARpObject& o) {
         break;
       }
       case PartKind::Child:
-        part.codec->Write(o, prop ? prop->field(o) : nullptr, part.tag, *this);
+        part.codec->Write(o, field, part.tag, *this);
         break;
     }
   }

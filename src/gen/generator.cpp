@@ -3,9 +3,8 @@
 #include <unordered_set>
 
 #include "model/attr_text.h"
-#include "gen/elements.h"
 #include "elements/fragments.h"
-#include "gen/logical_sources.h"
+#include "gen/column_mapping.h"
 #include "gen/output.h"
 #include "store/registry_objects.h"
 #include "model/typenames.h"

@@ -130,7 +130,7 @@ class QORLGenerator : public AMetadataVisitor, public elements::WriteContext {
 
  protected:
   void WriteParts(const elements::Binding& b, ARpObject& o);
-  void WriteFamilyElement(const RefARpObject& object);
+  void WriteFrameOnly(const RefARpObject& object);
 
   std::map<RefARpObject, VXString> m_renamedObjects;
   std::unique_ptr<OutputFile> m_outputXML;

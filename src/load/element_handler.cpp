@@ -25,12 +25,6 @@ struct QORLElementHandler::Slot {
 
 namespace element_handler {
 
-// The type a reference element names ("RefPhysicalColumn": 3003); 0 for any other element.
-TypeID RefType(const VXString& tag) {
-  if (!tag.starts_with(TAG_REF)) return kTIDUnknown;
-  return QORLUtil::GetTypeID(tag.substr(TAG_REF.size()));
-}
-
 // The relation holds exactly the listed members: the others leave, those that
 // stay keep their places, new ones join behind them.
 void KeepPlaces(BinaryRelIterBase rel, const QORLObjectStubVector& stubs) {
@@ -95,7 +89,7 @@ void QORLElementHandler::startElement(const VXString& tag, const NameValuePairs&
     }
     case kInTagged:
     case kInGroup: {
-      TypeID type = element_handler::RefType(tag);
+      TypeID type = QORLUtil::GetRefTypeID(tag);
       if (!Accepts(parts[m_part], type)) break;
       // A reference without attributes is the empty element of an unset one.
       if (attrs.Size() != 0) {
@@ -121,7 +115,7 @@ void QORLElementHandler::StartPart(size_t index, const VXString& tag, const Name
     case PartKind::Group:
     case PartKind::EmptyGroup: m_parsingState = kInGroup; return;
     case PartKind::Plain:
-      if (attrs.Size() != 0) s.stub = ProcessRefObject(element_handler::RefType(tag), attrs);
+      if (attrs.Size() != 0) s.stub = ProcessRefObject(QORLUtil::GetRefTypeID(tag), attrs);
       m_parsingState = kInPlain;
       return;
     case PartKind::Text:
@@ -235,11 +229,11 @@ void QORLElementHandler::ApplyParts(ARpObject& obj, Phase phase) {
     const Part& part = d.parts[i];
     if (part.phase != phase) continue;
     Slot& s = SlotOf(i);
-    const PropDesc* prop = m_binding.partProps[i];
+    void* field = PartField(m_binding, i, obj);
     switch (part.kind) {
       case PartKind::Tagged:
       case PartKind::Plain:
-        *static_cast<VoidID*>(prop->field(obj)) = IdOf(ObjectOf(s.stub));
+        *static_cast<VoidID*>(field) = IdOf(ObjectOf(s.stub));
         MarkObjectDirty(obj);
         break;
       case PartKind::Group: {
@@ -252,7 +246,7 @@ void QORLElementHandler::ApplyParts(ARpObject& obj, Phase phase) {
       }
       case PartKind::EmptyGroup: break;
       case PartKind::Text:
-        *static_cast<VXString*>(prop->field(obj)) =
+        *static_cast<VXString*>(field) =
             (part.flags & kLineFeeds) ? BaseStringUtil::LineFeedConversion(s.text) : s.text;
         MarkObjectDirty(obj);
         break;
@@ -265,14 +259,14 @@ void QORLElementHandler::ApplyParts(ARpObject& obj, Phase phase) {
         VXString text = s.expr ? s.expr->GetExprText() : VXString();
         if (ParseExpr(s.expr ? s.expr->GetExprLine() : GetObjTagLineNumber(), text, expr, type) ||
             (part.flags & kKeepUnparsed)) {
-          *static_cast<Expr*>(prop->field(obj)) = std::move(expr);
+          *static_cast<Expr*>(field) = std::move(expr);
           MarkObjectDirty(obj);
         }
         break;
       }
       case PartKind::Child:
         if (!s.child) s.child.reset(part.codec->NewReader());
-        s.child->Execute(obj, prop ? prop->field(obj) : nullptr, *this);
+        s.child->Execute(obj, field, *this);
         break;
     }
   }
@@ -299,14 +293,21 @@ void QORLElementHandler::Execute() {
 void QORLElementHandler::Execute2() {
   ARpObject* obj = m_object.GetRawObjPtr();
   if (!obj) return;
-  ApplyParts(*obj, Phase::Execute2);
   const Description& d = *m_binding.desc;
+  if (d.hooks && d.hooks->prepare2) d.hooks->prepare2(*obj, *this);
+  ApplyParts(*obj, Phase::Execute2);
   if (d.hooks && d.hooks->execute2) d.hooks->execute2(*obj, *this);
 }
 
 void QORLElementHandler::GetPasswordsToCheck(VXStringVector& out) const {
   const Description& d = *m_binding.desc;
   if (d.hooks && d.hooks->passwords) d.hooks->passwords(m_attrs, out);
+}
+
+VXString QORLElementHandler::GetUniqueIdentifier() {
+  const Description& d = *m_binding.desc;
+  if (d.hooks && d.hooks->uniqueIdentifier) return d.hooks->uniqueIdentifier(*this);
+  return QORLObject::GetUniqueIdentifier();
 }
 
 // ---- what hooks and child codecs see ----
@@ -339,6 +340,22 @@ QORLObjectStub* QORLElementHandler::ResolveParentOf(TypeID type) { return Resolv
 RefARpObject QORLElementHandler::CreateInternalObject(TypeID type) { return m_pManager->CreateInternalObject(type); }
 
 void QORLElementHandler::DeleteInternalObject(const VoidID& id) { m_pManager->DeleteInternalObject(id); }
+
+bool QORLElementHandler::FineGrained() const { return m_pManager->m_bFineGrainedXML; }
+
+const VXUpgradeID* QORLElementHandler::ExprObjectUID(const char* prop, size_t i) {
+  const std::span<const Part> parts = m_binding.desc->parts;
+  for (size_t p = 0; p < parts.size(); ++p) {
+    if (!parts[p].prop || std::string_view(parts[p].prop) != prop || !m_slots || !m_slots[p].expr) continue;
+    const QORLObjectStubVector& objects = m_slots[p].expr->GetObjects();
+    return i < objects.size() && objects[i] ? &objects[i]->GetUpgradeID() : nullptr;
+  }
+  return nullptr;
+}
+
+bool QORLElementHandler::IsAlive(const RefARpObject& obj) const { return m_pManager->IsVltObjectAlive(obj); }
+
+void QORLElementHandler::DeleteObject(const VoidID& id) { m_pManager->DeleteInternalObject(id); }
 
 bool QORLElementHandler::ParseExpr(int line, const VXString& text, Expr& out, int exprType) {
   return m_pManager->ParseMetaExpr(line, text, out, m_object, static_cast<ExprType>(exprType));

@@ -22,6 +22,7 @@ class QORLElementHandler : public QORLObject, public elements::ReadContext {
   void Execute() override;
   void Execute2() override;
   void GetPasswordsToCheck(VXStringVector& out) const override;
+  VXString GetUniqueIdentifier() override;
 
   // ---- ReadContext ----
   ARpGateway* Gateway() const override { return m_pGateway; }
@@ -40,6 +41,11 @@ class QORLElementHandler : public QORLObject, public elements::ReadContext {
   bool ParseExpr(int line, const VXString& text, Expr& out, int exprType) override;
   const QualifiedName& Name() const override { return m_qualifiedName; }
   const NameValuePairs& Attributes() const override { return m_attrs; }
+  bool FineGrained() const override;
+  const VXUpgradeID& ParentUpgradeID() const override { return m_parentUID; }
+  const VXUpgradeID* ExprObjectUID(const char* prop, size_t i) override;
+  bool IsAlive(const RefARpObject& obj) const override;
+  void DeleteObject(const VoidID& id) override;
 
  private:
   struct Slot;

@@ -406,7 +406,7 @@ QORLObject* MakeGeneric(ARpGateway* rp, QORLObjectManager* m) { return new QORLG
 HandlerFactory FindHandlerFactory(TypeID type) {
   static const std::unordered_map<TypeID, HandlerFactory> rows = [] {
     std::unordered_map<TypeID, HandlerFactory> m;
-    for (auto family : {LogicalSourceHandlers()})
+    for (auto family : {ColumnMappingHandlers()})
       for (const HandlerRow& r : family)
         if (r.make) m.emplace(r.type, r.make);
     return m;

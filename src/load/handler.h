@@ -262,6 +262,6 @@ struct HandlerRow {
 HandlerFactory FindHandlerFactory(TypeID type);
 
 // The rows of each element family, defined with the family's handlers.
-std::span<const HandlerRow> LogicalSourceHandlers();
+std::span<const HandlerRow> ColumnMappingHandlers();
 
 }  // namespace qorl

@@ -140,6 +140,10 @@ TypeID GetTypeID(const VXString& tag) {
   return it == map.end() ? kTIDUnknown : it->second;
 }
 
+TypeID GetRefTypeID(const VXString& tag) {
+  return tag.starts_with(TAG_REF) ? GetTypeID(tag.substr(TAG_REF.size())) : kTIDUnknown;
+}
+
 bool isTopLevelElemInDocument(TypeID type) {
   const TypeRow* r = Row(type);
   return !r || !r->nested;

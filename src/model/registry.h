@@ -30,6 +30,8 @@ namespace QORLUtil {
 VXString GetTagName(TypeID type);
 // Exact, case-sensitive; 0 for any tag without a row.
 TypeID GetTypeID(const VXString& tag);
+// The type a reference element names ("RefPhysicalTable": a physical table); 0 for any other tag.
+TypeID GetRefTypeID(const VXString& tag);
 
 // False only for the types the tree form writes inside their parent's file.
 bool isTopLevelElemInDocument(TypeID type);

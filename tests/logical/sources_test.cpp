@@ -9,7 +9,6 @@
 #include <regex>
 
 #include "gen/generator.h"
-#include "gen/logical_sources.h"
 #include "load/parser.h"
 #include "model/codecs.h"
 #include "platform/error.h"
@@ -71,11 +70,6 @@ std::string LsrcCat(std::initializer_list<std::string> parts) {
 
 void LsrcExpectRoundTrip(LsrcStore& src, LsrcStore& dst, const RpObjectVector& decl, int options) {
   test::ExpectRoundTrip(src, dst, decl, options, "lsrc");
-}
-
-template <class Obj>
-void LsrcExpectAllRowsWritten(std::span<const AttrRow<Obj>> rows, const std::string& text) {
-  test::ExpectAllRowsWritten(rows, text);
 }
 
 // A source with two joins, mappings, a filter and contents; a measure with a
@@ -145,9 +139,7 @@ TEST(LogicalSources, EveryPropertyAtANonDefaultValueRoundTrips) {
 
   // Every own attribute is in the text, so the trip above carried them all.
   std::string text = src.Text(set.Decl(), options);
-  LsrcExpectAllRowsWritten(LogicalTableSourceAttrRows(), text);
-  LsrcExpectAllRowsWritten(AggrRuleAttrRows(), text);
-  LsrcExpectAllRowsWritten(MeasureDefnAttrRows(), text);
+  for (TypeID type : {kTIDALogicalTableSource, kTIDAAggrRule, kTIDAMeasureDefn}) test::ExpectAllAttrsWritten(type, text);
   EXPECT_NE(text.find(" priorityGroup=\"-1\""), std::string::npos);
 
   // The loaded store holds what the source store does.
@@ -553,6 +545,43 @@ TEST(LogicalSources, MeasureDefinitionWhoseRulesAreReplaced) {
 )xml"));
 }
 
+// A fine-grained document keeps the first element of an identity: a column's
+// definition by its parent, a rule by the first object of its expression and
+// its name, whatever their uids.
+TEST(LogicalSources, FineGrainedDocumentKeepsOneElementPerIdentity) {
+  LsrcStore dst;
+  LsrcModel m(dst);
+  RefAMeasureDefn measure(dst.Make(kTIDAMeasureDefn, 21, "m", m.c2));
+  const std::string column = "parentName=\"&quot;BM&quot;.&quot;T&quot;.&quot;c2&quot;\" parentUid=\"" +
+                             TKSGUIDGenerator::ByteVectorToGUIDString(m.c2->UpgradeID()).ToUTF8() + "\"";
+  // The expression lists one object, the one its identity goes by.
+  auto rule = [](const char* tag, int uid, const std::string& expr, const char* object, int objectUid) {
+    return LsrcCat({"<", tag, " name=\"r\" uid=\"", TKSGUIDGenerator::ByteVectorToGUIDString(LsrcUid(uid)).ToUTF8(),
+                    "\" parentName=\"&quot;BM&quot;.&quot;T&quot;.&quot;c2&quot;.&quot;m&quot;\">\n<Expr><![CDATA[", expr,
+                    "]]></Expr>\n<Objects>\n<RefObject qualifiedName=\"",
+                    std::regex_replace(object, std::regex("\""), "&quot;"), "\" uid=\"",
+                    TKSGUIDGenerator::ByteVectorToGUIDString(LsrcUid(objectUid)).ToUTF8(), "\"/>\n</Objects>\n</", tag,
+                    ">\n"});
+  };
+  const std::string c2 = kLsrcC2, pc = kLsrcPc;
+  std::string doc = LsrcDoc(LsrcCat({"<MeasureDefn name=\"m\" ", column, " isCommutative=\"true\">\n</MeasureDefn>\n",
+                                     "<MeasureDefn name=\"m\" ", column, " isCommutative=\"false\">\n</MeasureDefn>\n",
+                                     rule("AggrRule", 31, "SUM(" + c2 + ")", kLsrcC2, 4),
+                                     rule("AggrRule", 32, "MAX(" + c2 + ")", kLsrcC2, 4),
+                                     rule("OverrideAggrRule", 33, "MIN(" + pc + ")", kLsrcPc, 10),
+                                     rule("OverrideAggrRule", 34, "AVG(" + pc + ")", kLsrcPc, 10)}));
+  LsrcLoadResult r = dst.Load(doc, false, true);
+  ASSERT_TRUE(r.ok) << r.Text();
+  EXPECT_TRUE(measure->IsCommutative());
+  ASSERT_EQ(measure->GetAggrRules().Size(), 1u);
+  ASSERT_EQ(measure->GetOverrideAggrRules().Size(), 1u);
+  RefAAggrRule kept = measure->GetAggrRules().Members().front();
+  EXPECT_EQ(kept->UpgradeID(), LsrcUid(31));
+  EXPECT_EQ(ToPrettyStringVisitor::GetFormatExpr(kept->GetAggrExpr(), dst.rp.get()), LsrcCat({"SUM(", kLsrcC2, ")"}));
+  RefAOverrideAggrRule over = measure->GetOverrideAggrRules().Members().front();
+  EXPECT_EQ(ToPrettyStringVisitor::GetFormatExpr(over->GetOverrideAggrExpr(), dst.rp.get()), "MIN(" + pc + ")");
+}
+
 TEST(LogicalSources, MalformedValues) {
   auto loadOne = [](const std::string& declare, bool ignoreErrors = false) {
     auto store = std::make_unique<LsrcStore>();
@@ -610,6 +639,20 @@ TEST(LogicalSources, MalformedValues) {
     ASSERT_EQ(ids.size(), 1u);
     RefAAggrRule rule(store->rp->GetObject(ids[0]));
     EXPECT_TRUE(rule->GetMeasureDefn().IsNullRef());
+  }
+  // A rule of the store keeps its measure when the one the document names cannot be reached.
+  {
+    auto store = std::make_unique<LsrcStore>();
+    LsrcModel m(*store);
+    RefAMeasureDefn measure(store->Make(kTIDAMeasureDefn, 21, "m", m.c2));
+    RefAAggrRule rule(store->Make(kTIDAAggrRule, 22, "r"));
+    rule->SetMeasureDefn(measure);
+    LsrcLoadResult r = store->Load(
+        LsrcDoc("<AggrRule name=\"r\" uid=\"" + TKSGUIDGenerator::ByteVectorToGUIDString(LsrcUid(22)).ToUTF8() +
+                "\" parentName=\"&quot;BM&quot;.&quot;T&quot;.&quot;c1&quot;.&quot;none&quot;\">\n</AggrRule>\n"),
+        true);
+    EXPECT_EQ(rule->GetMeasureDefn().GetID(), measure.GetID()) << r.Text();
+    EXPECT_TRUE(measure->GetAggrRules().Contains(rule));
   }
 }
 }  // namespace
