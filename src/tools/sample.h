@@ -5,14 +5,10 @@
 
 #include <cstdint>
 
+#include "qorl/sample.h"
 #include "store/gateway.h"
 
 namespace qorl {
-
-struct SampleOptions {
-  uint64_t objects = 10000;
-  uint64_t seed = 1;
-};
 
 // Adds the objects to `rp` (which the caller commits). Returns how many were made.
 uint64_t BuildSampleRepository(ARpGateway& rp, const SampleOptions& options);
