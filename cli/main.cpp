@@ -6,7 +6,8 @@
 #include <iostream>
 #include <map>
 
-#include "cli/common.h"
+#include "common.h"
+#include "qorl/version.h"
 
 int main(int argc, char** argv) {
   using namespace qorl::cli;
