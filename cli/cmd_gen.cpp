@@ -2,12 +2,10 @@
 #include <CLI/CLI.hpp>
 
 #include <iostream>
+#include <map>
 
 #include "cli/common.h"
-#include "gen/generator.h"
-#include "model/registry.h"
-#include "platform/error.h"
-#include "store/metadata_util.h"
+#include "qorl/generate.h"
 
 namespace qorl::cli {
 
@@ -23,52 +21,29 @@ struct GenArgs {
   std::vector<std::string> objects;
 };
 
-const std::map<std::string, QORLScriptGenerationType> kGenTypes = {
-    {"everything", QORLScriptGenerateEverything},
-    {"without-security", QORLScriptGenerateWithoutSecurityObjects},
-    {"security-only", QORLScriptGenerateOnlySecurityObjects},
-    {"presentation-list", ListPresentationObjects},
-    {"pools-and-variables", QORLScriptGenerateOnlyConnectionPoolsAndVariables},
-    {"encrypted-only", QORLScriptGenerateOnlyEncryptedObjects},
+const std::map<std::string, DocumentContent> kGenTypes = {
+    {"everything", DocumentContent::Everything},
+    {"without-security", DocumentContent::WithoutSecurity},
+    {"security-only", DocumentContent::SecurityOnly},
+    {"presentation-list", DocumentContent::PresentationList},
+    {"pools-and-variables", DocumentContent::PoolsAndVariables},
+    {"encrypted-only", DocumentContent::EncryptedOnly},
 };
 
-// TAG:QUALIFIED-NAME, e.g. PhysicalTable:"db"."schema"."t"
-RefARpObject FindSelected(ARpGateway& rp, const std::string& spec) {
-  size_t colon = spec.find(':');
-  if (colon == std::string::npos) throw ErrorMessage(99016, VXString(spec));
-  TypeID type = QORLUtil::GetTypeID(VXString(spec.substr(0, colon)));
-  VXString qtext(spec.substr(colon + 1));
-  if (type == kTIDUnknown || qtext.empty() || qtext[0] != U'"') throw ErrorMessage(99016, VXString(spec));
-  QualifiedName q;
-  MetadataUtil::ParseQualifiedNameString(qtext, q, '.', true);
-  RefARpObject o = rp.FindByQualifiedName(type, q);
-  if (o.IsNullRef()) throw ErrorMessage(99008, VXString(spec));
-  return o;
-}
-
 int RunGen(const GlobalOptions& g, const GenArgs& a) {
-  auto rp = OpenRepository(g, a.repo);
-  VXString out(a.output == "-" ? std::string("/dev/stdout") : a.output);
-  VXString errors;
-  bool ok;
-  if (a.objects.empty()) {
-    ok = QORLGenerator::GenerateQORL(rp.get(), errors, out, RpObjectVector(), false, a.voidIds, true, !a.noUid,
-                                     kGenTypes.at(a.type), true, a.checkDuplicates);
-  } else {
-    RpObjectVector chosen;
-    for (const std::string& s : a.objects) chosen.push_back(FindSelected(*rp, s));
-    VXString unused;
-    QORLGenerator gen(rp.get(), nullptr, out, unused, a.voidIds, false, true, !a.noUid, false, false, false, true, false);
-    gen.SetGenerateOptions(kGenFooter | kGenColMapping);
-    gen.AddHeader();
-    gen.GenerateDeclareQORLForObjects(chosen, RpObjectVector(), errors, false, NONE_FINEGRAINED, a.checkDuplicates);
-    gen.AddFooter();
-    gen.Finish();
-    ok = errors.empty();
-  }
-  if (ok) return kExitOK;
-  std::cerr << "error: " << errors.ToUTF8();
-  if (!errors.empty() && errors.back() != U'\n') std::cerr << "\n";
+  Repository rp = OpenRepository(g, a.repo);
+  GenerateOptions o;
+  o.content = kGenTypes.at(a.type);
+  o.objects = a.objects;
+  o.upgradeIds = !a.noUid;
+  o.storeIds = a.voidIds;
+  o.repairDuplicates = a.checkDuplicates;
+  GenerateReport report = rp.Generate(a.output == "-" ? std::string("/dev/stdout") : a.output, o);
+  if (report.errors.empty()) return kExitOK;
+  // One paragraph per object, as the generator lists them.
+  std::string text;
+  for (const Diagnostic& d : report.errors) text += (text.empty() ? "" : "\n\n") + FormatDiagnostic(d);
+  std::cerr << "error: " << text << "\n";
   std::cerr << "error: the document was written, but the objects above are incomplete in it\n";
   return kExitFailure;
 }

@@ -1,13 +1,11 @@
 // qorl load and qorl check-password.
 #include <CLI/CLI.hpp>
 
+#include <filesystem>
 #include <iostream>
 
 #include "cli/common.h"
-#include "load/parser.h"
-#include "model/registry.h"
-#include "platform/error.h"
-#include "store/metadata_util.h"
+#include "qorl/load.h"
 
 namespace qorl::cli {
 
@@ -25,61 +23,49 @@ struct LoadArgs {
   bool dryRun = false;
 };
 
-VXStringVector ToVX(const std::vector<std::string>& v) {
-  VXStringVector out;
-  for (const std::string& s : v) out.emplace_back(s);
-  return out;
+std::vector<std::filesystem::path> ToPaths(const std::vector<std::string>& v) {
+  return std::vector<std::filesystem::path>(v.begin(), v.end());
 }
 
-int DryRun(ARpGateway& rp, const LoadArgs& a) {
+int DryRun(const Repository& rp, const LoadArgs& a) {
   bool ok = true;
   for (const std::string& f : a.files) {
-    QNameTypeIDPairVector declared;
-    ErrorMessage err;
-    if (!QORLParser::GatherDeclObjectsQualifiedNameTypeIDs(&rp, VXString(f), declared, err, QORLParser::QORLFile, a.ignoreErrors)) {
-      VXString text;
-      err.RetrieveErrorMessages(text);
-      std::cerr << "error: " << text.ToUTF8() << "\n";
+    Declaration d = rp.Declared(f, a.ignoreErrors);
+    if (!d.errors.empty()) {
+      std::cerr << "error: " << FormatDiagnostics(d.errors) << "\n";
       ok = false;
     }
-    std::cout << f << ": " << declared.size() << " objects declared\n";
-    for (const QNameTypeIDPair& p : declared)
-      std::cout << "  " << QORLUtil::GetTagName(p.m_typeID).ToUTF8() << " " << MetadataUtil::ToQualifiedName(p.m_qName).ToUTF8()
-                << (p.m_voidID.IsNullID() ? "  (new)" : "  (updates " + p.m_voidID.ToString().ToUTF8() + ")") << "\n";
+    std::cout << f << ": " << d.objects.size() << " objects declared\n";
+    for (const DeclaredObject& o : d.objects)
+      std::cout << "  " << o.element << " " << o.qualifiedName
+                << (o.existingId.empty() ? "  (new)" : "  (updates " + o.existingId + ")") << "\n";
   }
   return ok ? kExitOK : kExitFailure;
 }
 
 int RunLoad(const GlobalOptions& g, const LoadArgs& a) {
-  auto rp = OpenRepository(g, a.repo);
-  if (a.dryRun) return DryRun(*rp, a);
-  if (!a.passwords.empty() && a.passwords.size() != a.files.size())
-    throw ErrorMessage(99020, a.passwords.size(), a.files.size());
-  ErrorMessage err;
-  VXString warnings;
-  VoidIDVector created, modified, deleted;
-  bool ok = QORLParser::ExecuteTransactionalXML(rp.get(), ToVX(a.files), ToVX(a.passwords), err, warnings, created, modified,
-                                                deleted, QORLParser::QORLFile, a.exprErrors == "error",
-                                                a.passwordErrors == "error", a.ignoreErrors, a.renameDuplicates, false,
-                                                false, a.validate);
-  if (!warnings.empty()) std::cerr << "warning: " << warnings.ToUTF8() << "\n";
-  if (!ok || (err.HasMessages() && !a.ignoreErrors)) {
+  Repository rp = OpenRepository(g, a.repo);
+  if (a.dryRun) return DryRun(rp, a);
+  LoadOptions o;
+  o.passwords = a.passwords;
+  o.ignoreErrors = a.ignoreErrors;
+  o.expressionErrors = a.exprErrors == "error" ? OnProblem::Fail : OnProblem::Warn;
+  o.passwordErrors = a.passwordErrors == "error" ? OnProblem::Fail : OnProblem::Warn;
+  o.renameDuplicates = a.renameDuplicates;
+  o.validate = a.validate;
+  LoadReport report = rp.Load(ToPaths(a.files), o);
+  if (!report.warnings.empty()) std::cerr << "warning: " << FormatDiagnostics(report.warnings) << "\n";
+  if (!report.loaded) {
     // Nothing is committed: the repository file stays as it was.
-    VXString text;
-    err.RetrieveErrorMessages(text);
-    std::cerr << "error: " << text.ToUTF8() << "\n";
+    std::cerr << "error: " << FormatDiagnostics(report.errors) << "\n";
     std::cerr << "error: nothing was loaded; " << a.repo << " is unchanged\n";
     return kExitFailure;
   }
-  if (err.HasMessages()) {
-    VXString text;
-    err.RetrieveErrorMessages(text);
-    std::cerr << "warning: errors ignored:\n" << text.ToUTF8() << "\n";
-  }
-  rp->Commit();
+  if (!report.errors.empty()) std::cerr << "warning: errors ignored:\n" << FormatDiagnostics(report.errors) << "\n";
+  rp.Commit();
   if (!g.quiet)
-    std::cout << "loaded " << a.files.size() << " document(s) into " << a.repo << ": " << created.size() << " created, "
-              << modified.size() << " updated, " << deleted.size() << " deleted\n";
+    std::cout << "loaded " << a.files.size() << " document(s) into " << a.repo << ": " << report.created << " created, "
+              << report.updated << " updated, " << report.deleted << " deleted\n";
   return kExitOK;
 }
 
@@ -113,19 +99,13 @@ void RegisterCheckPassword(CLI::App& app, GlobalOptions& g) {
   cmd->add_option("--password", *password, "The documents' password")->required();
   cmd->callback([&g, files, password] {
     g.exitCode = RunCommand(g, [&] {
-      auto rp = ARpGateway::CreateInMemory();
-      ErrorMessage err;
-      VXString warnings;
-      VXStringVector passwords(files->size(), VXString(*password));
-      bool ok = QORLParser::IsPasswordCorrect(rp.get(), ToVX(*files), passwords, err, warnings, true, true);
-      if (err.HasMessages()) {
-        VXString text;
-        err.RetrieveErrorMessages(text);
-        std::cerr << "error: " << text.ToUTF8() << "\n";
+      PasswordCheck check = CheckPassword(ToPaths(*files), *password);
+      if (!check.errors.empty()) {
+        std::cerr << "error: " << FormatDiagnostics(check.errors) << "\n";
         return static_cast<int>(kExitFailure);
       }
-      std::cout << (ok ? "the password opens every secret\n" : "the password does not open the secrets\n");
-      return ok ? static_cast<int>(kExitOK) : static_cast<int>(kExitFailure);
+      std::cout << (check.opens ? "the password opens every secret\n" : "the password does not open the secrets\n");
+      return check.opens ? static_cast<int>(kExitOK) : static_cast<int>(kExitFailure);
     });
   });
 }

@@ -4,7 +4,7 @@
 #include <iostream>
 
 #include "cli/common.h"
-#include "tools/sample.h"
+#include "qorl/sample.h"
 
 namespace qorl::cli {
 
@@ -17,10 +17,10 @@ void RegisterSample(CLI::App& app, GlobalOptions& g) {
   cmd->add_option("--seed", opts->seed, "Seed: the same seed gives the same repository")->capture_default_str();
   cmd->callback([&g, path, opts] {
     g.exitCode = RunCommand(g, [&] {
-      auto rp = ARpGateway::Create(VXString(*path), RepositoryPassword(g));
-      uint64_t made = BuildSampleRepository(*rp, *opts);
-      rp->Commit();
-      if (!g.quiet) std::cout << "created " << *path << " with " << made << " objects (" << rp->ObjectCount() << " in all)\n";
+      Repository rp = Repository::Create(*path, RepositoryPassword(g));
+      uint64_t made = rp.AddSample(*opts);
+      rp.Commit();
+      if (!g.quiet) std::cout << "created " << *path << " with " << made << " objects (" << rp.ObjectCount() << " in all)\n";
       return kExitOK;
     });
   });

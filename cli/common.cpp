@@ -4,21 +4,21 @@
 #include <ctime>
 #include <fstream>
 #include <iostream>
+#include <memory>
 
-#include "platform/error.h"
-#include "platform/progress.h"
-#include "platform/serverlog.h"
+#include "qorl/diagnostics.h"
+#include "qorl/log.h"
 
 namespace qorl::cli {
 
 namespace {
 
-const char* KindName(ServerLog::Kind k) {
+const char* KindName(LogKind k) {
   switch (k) {
-    case ServerLog::kError: return "error";
-    case ServerLog::kWarning: return "warning";
-    case ServerLog::kNotification: return "note";
-    case ServerLog::kTrace: return "trace";
+    case LogKind::Error: return "error";
+    case LogKind::Warning: return "warning";
+    case LogKind::Notification: return "note";
+    case LogKind::Trace: return "trace";
   }
   return "log";
 }
@@ -30,45 +30,43 @@ int RunCommand(const GlobalOptions& g, const std::function<int()>& body) {
   if (!g.logFile.empty()) {
     log = std::make_shared<std::ofstream>(g.logFile, std::ios::app);
     if (!*log) {
-      std::cerr << "error: " << SUStrUtil::LoadMsgStringOnly(46003, VXString(g.logFile)).ToUTF8() << "\n";
+      std::cerr << "error: " << MessageText(messages::kCannotWriteFile, {g.logFile}) << "\n";
       return kExitFailure;
     }
   }
-  ServerLog::Sink previous = ServerLog::SetSink([&g, log](ServerLog::Kind kind, int level, const VXString& text) {
-    bool show = kind == ServerLog::kError || (kind == ServerLog::kWarning && !g.quiet) || g.verbose;
-    if (show) std::cerr << KindName(kind) << ": " << text.ToUTF8() << "\n";
+  LogSink previous = SetLogSink([&g, log](LogKind kind, int level, const std::string& text) {
+    bool show = kind == LogKind::Error || (kind == LogKind::Warning && !g.quiet) || g.verbose;
+    if (show) std::cerr << KindName(kind) << ": " << text << "\n";
     if (log) {
       char stamp[32];
       std::time_t now = std::time(nullptr);
       std::strftime(stamp, sizeof stamp, "%Y-%m-%dT%H:%M:%S", std::localtime(&now));
-      *log << stamp << " " << KindName(kind) << "[" << level << "] " << text.ToUTF8() << "\n";
+      *log << stamp << " " << KindName(kind) << "[" << level << "] " << text << "\n";
     }
   });
-  Progress::SetAllowed(!g.quiet && Progress::StderrIsTerminal());
+  EnableProgress(!g.quiet && StderrIsTerminal());
   int rc;
   try {
     rc = body();
-  } catch (const ErrorMessage& e) {
-    VXString text;
-    e.RetrieveErrorMessages(text);
-    std::cerr << "error: " << text.ToUTF8() << "\n";
-    if (log) *log << "error: " << text.ToUTF8() << "\n";
+  } catch (const Error& e) {
+    std::cerr << "error: " << e.what() << "\n";
+    if (log) *log << "error: " << e.what() << "\n";
     rc = kExitFailure;
   } catch (const std::exception& e) {
     std::cerr << "error: " << e.what() << "\n";
     rc = kExitFailure;
   }
-  ServerLog::SetSink(previous);
+  SetLogSink(previous);
   return rc;
 }
 
-VXString RepositoryPassword(const GlobalOptions& g) {
-  if (!g.password) throw ErrorMessage(99011);
-  return VXString(*g.password);
+std::string RepositoryPassword(const GlobalOptions& g) {
+  if (!g.password) throw Error(messages::kNoRepositoryPassword);
+  return *g.password;
 }
 
-std::unique_ptr<ARpGateway> OpenRepository(const GlobalOptions& g, const std::string& path) {
-  return ARpGateway::Open(VXString(path), RepositoryPassword(g));
+Repository OpenRepository(const GlobalOptions& g, const std::string& path) {
+  return Repository::Open(path, RepositoryPassword(g));
 }
 
 }  // namespace qorl::cli

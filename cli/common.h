@@ -3,11 +3,10 @@
 #pragma once
 
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 
-#include "store/gateway.h"
+#include "qorl/repository.h"
 
 namespace CLI { class App; }
 
@@ -23,12 +22,12 @@ struct GlobalOptions {
 
 enum ExitCode { kExitOK = 0, kExitFailure = 1, kExitUsage = 2 };
 
-// Runs a subcommand body: installs the log sink the options ask for, turns an
-// ErrorMessage (or any exception) into text on stderr and a failing exit code.
+// Runs a subcommand body: installs the log sink the options ask for, turns a
+// qorl::Error (or any exception) into text on stderr and a failing exit code.
 int RunCommand(const GlobalOptions& g, const std::function<int()>& body);
-// The repository password from the options or the environment; throws 99011 if none.
-VXString RepositoryPassword(const GlobalOptions& g);
-std::unique_ptr<ARpGateway> OpenRepository(const GlobalOptions& g, const std::string& path);
+// The repository password from the options or the environment; throws if none.
+std::string RepositoryPassword(const GlobalOptions& g);
+Repository OpenRepository(const GlobalOptions& g, const std::string& path);
 
 void RegisterInit(CLI::App& app, GlobalOptions& g);
 void RegisterInfo(CLI::App& app, GlobalOptions& g);

@@ -7,6 +7,7 @@
 #include <map>
 
 #include "cli/common.h"
+#include "qorl/version.h"
 
 int main(int argc, char** argv) {
   using namespace qorl::cli;

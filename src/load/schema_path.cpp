@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <mutex>
 #include <system_error>
 #include <vector>
 
@@ -28,12 +29,32 @@ VXString SchemaCandidate(const std::filesystem::path& dir, const std::string& na
 
 }  // namespace
 
+namespace schema_path_detail {
+
+std::mutex g_programDirMutex;
+std::string g_programDir;
+
+std::string ProgramDir() {
+  std::lock_guard<std::mutex> lock(g_programDirMutex);
+  return g_programDir;
+}
+
+}  // namespace schema_path_detail
+
+void UseSchemaDirectory(const VXString& dir) {
+  std::lock_guard<std::mutex> lock(schema_path_detail::g_programDirMutex);
+  schema_path_detail::g_programDir = dir.ToUTF8();
+}
+
 VXString FindSchemaFile(std::u32string_view fileName) {
   const std::string name = ToUTF8(fileName);
   std::vector<VXString> candidates;
   const char* env = std::getenv("QORL_SCHEMA_DIR");
+  const std::string programDir = schema_path_detail::ProgramDir();
   if (env && *env) {
     candidates.push_back(SchemaCandidate(env, name));
+  } else if (!programDir.empty()) {
+    candidates.push_back(SchemaCandidate(programDir, name));
   } else {
     std::filesystem::path exeDir = RunningExecutableDir();
     if (!exeDir.empty()) {

@@ -77,6 +77,8 @@ constexpr MessageDef kMessageCatalogue[] = {
     {99018, "In %1:"},
     {99019, "Line %1: unknown element <%2> skipped with its contents."},
     {99020, "There are %1 passwords for %2 documents; give one password for each document, in order."},
+    {99021, "The repository %1 is closed."},
+    {99022, "Writing the document to the output stream failed."},
 };
 
 constexpr bool IsMessageCatalogueOrdered() {

@@ -22,7 +22,7 @@ const char* const kPeople[] = {"Ada", "Brook", "Chen", "Dana", "Eli", "Farah", "
 
 class Builder {
  public:
-  Builder(ARpGateway& rp, const SampleOptions& o) : m_rp(rp), m_rng(o.seed), m_budget(o.objects) {}
+  Builder(ARpGateway& rp, uint64_t objects, uint64_t seed) : m_rp(rp), m_rng(seed), m_budget(objects) {}
 
   uint64_t Run() {
     // Shares of the budget: physical half, logical a third, the rest presentation and security.
@@ -167,6 +167,6 @@ class Builder {
 
 }  // namespace
 
-uint64_t BuildSampleRepository(ARpGateway& rp, const SampleOptions& options) { return Builder(rp, options).Run(); }
+uint64_t BuildSampleRepository(ARpGateway& rp, uint64_t objects, uint64_t seed) { return Builder(rp, objects, seed).Run(); }
 
 }  // namespace qorl

@@ -9,12 +9,8 @@
 
 namespace qorl {
 
-struct SampleOptions {
-  uint64_t objects = 10000;
-  uint64_t seed = 1;
-};
-
-// Adds the objects to `rp` (which the caller commits). Returns how many were made.
-uint64_t BuildSampleRepository(ARpGateway& rp, const SampleOptions& options);
+// Adds about `objects` objects to `rp` (which the caller commits); the same
+// seed gives the same objects. Returns how many were made.
+uint64_t BuildSampleRepository(ARpGateway& rp, uint64_t objects, uint64_t seed);
 
 }  // namespace qorl

@@ -26,16 +26,14 @@ std::string WithoutIds(const std::string& doc) { return std::regex_replace(doc, 
 TEST(Sample, SameSeedSameRepositoryAndItRoundTrips) {
   auto a = ARpGateway::CreateInMemory("a");
   auto b = ARpGateway::CreateInMemory("b");
-  SampleOptions o{1500, 7};
-  uint64_t made = BuildSampleRepository(*a, o);
+  uint64_t made = BuildSampleRepository(*a, 1500, 7);
   EXPECT_GE(made, 1500u);
   EXPECT_LT(made, 1700u);
-  BuildSampleRepository(*b, o);
+  BuildSampleRepository(*b, 1500, 7);
   const std::string first = SampleText(*a);
   EXPECT_EQ(SampleText(*b), first);
-  o.seed = 8;
   auto c = ARpGateway::CreateInMemory("c");
-  BuildSampleRepository(*c, o);
+  BuildSampleRepository(*c, 1500, 8);
   EXPECT_NE(SampleText(*c), first);
 
   auto dst = ARpGateway::CreateInMemory("d");

@@ -1,0 +1,26 @@
+// Where the library reports while it works, and its progress bar. Both are
+// process-wide settings: set them once, before the work starts.
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace qorl {
+
+enum class LogKind { Error, Warning, Notification, Trace };
+
+// level: how detailed the message is; 1 is the most important.
+using LogSink = std::function<void(LogKind kind, int level, const std::string& text)>;
+
+// Installs the sink for what the library reports as it goes (errors it passes
+// over with LoadOptions::ignoreErrors, warnings, a note per document loaded,
+// traces) and returns the sink it replaces. An empty sink restores the
+// default, which prints errors and warnings to stderr and drops the rest.
+LogSink SetLogSink(LogSink sink);
+
+// A progress bar on stderr for long loads and generations. Off by default;
+// a program turns it on when stderr is a terminal that someone watches.
+void EnableProgress(bool enabled);
+bool StderrIsTerminal();
+
+}  // namespace qorl

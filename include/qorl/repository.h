@@ -1,0 +1,90 @@
+// A repository: one SQLite file holding the objects of a semantic model.
+// While a Repository is open every object lives in memory; the caller owns
+// the transaction. Commit writes every change in one SQLite transaction,
+// Rollback goes back to the last commit, and nothing reaches the file
+// otherwise, so a program that stops halfway leaves the file as it was.
+//
+// Failures throw qorl::Error; loads and generations return reports (see
+// qorl/diagnostics.h). A Repository is not safe to use from two threads at
+// once.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "qorl/generate.h"
+#include "qorl/load.h"
+#include "qorl/sample.h"
+
+namespace qorl {
+
+struct ElementCount {
+  std::string element;  // tag, e.g. PhysicalTable
+  std::size_t count = 0;
+};
+
+struct SecurityObject {
+  std::string element;        // User or Group
+  std::string qualifiedName;  // e.g. "Administrator"
+};
+
+class Repository {
+ public:
+  // A new repository file, which must not exist, holding the built-in
+  // security objects, committed. Secrets inside are encrypted under a key
+  // derived from `password`.
+  static Repository Create(const std::filesystem::path& file, const std::string& password);
+  // An existing repository file; a wrong password, a foreign or damaged file,
+  // or one written by a newer qorl throws Error.
+  static Repository Open(const std::filesystem::path& file, const std::string& password);
+
+  Repository(Repository&&) noexcept;
+  Repository& operator=(Repository&&) noexcept;
+  // Closes without committing.
+  ~Repository();
+
+  const std::filesystem::path& Path() const noexcept;
+  bool IsOpen() const noexcept;
+  void Commit();
+  void Rollback();
+  bool HasUncommittedChanges() const;
+  // Drops the objects in memory, uncommitted changes with them. Every other
+  // call but Path and IsOpen then throws Error.
+  void Close() noexcept;
+
+  std::size_t ObjectCount() const;
+  // Objects per element, in the order documents list the elements.
+  std::vector<ElementCount> CountByElement() const;
+  // Users and groups, ordered by element and name.
+  std::vector<SecurityObject> UsersAndGroups() const;
+
+  // Applies the documents in order, all or nothing: when the report says
+  // loaded, every document was applied (commit to keep them); otherwise the
+  // repository was rolled back to its last commit.
+  LoadReport Load(const std::vector<std::filesystem::path>& documents, const LoadOptions& options = {});
+  // What a document declares, and whether each object is new or updates a
+  // stored one; the repository is not changed.
+  Declaration Declared(const std::filesystem::path& document, bool ignoreErrors = false) const;
+
+  // Writes the repository, or the chosen objects, as one QORL document in
+  // UTF-8: to a file (missing directories are made), a stream, or a string.
+  GenerateReport Generate(const std::filesystem::path& file, const GenerateOptions& options = {});
+  GenerateReport Generate(std::ostream& out, const GenerateOptions& options = {});
+  GenerateReport GenerateText(std::string& text, const GenerateOptions& options = {});
+
+  // Adds a synthetic sample of about options.objects objects (uncommitted);
+  // returns how many were made.
+  std::uint64_t AddSample(const SampleOptions& options = {});
+
+ private:
+  struct Impl;
+  explicit Repository(std::unique_ptr<Impl> impl);
+  std::unique_ptr<Impl> m_impl;
+};
+
+}  // namespace qorl

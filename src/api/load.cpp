@@ -1,0 +1,110 @@
+#include "api/convert.h"
+#include "api/repository_impl.h"
+#include "load/parser.h"
+#include "load/schema_path.h"
+#include "model/registry.h"
+#include "store/metadata_util.h"
+
+namespace qorl {
+
+namespace load_detail {
+
+VXStringVector ToVX(const std::vector<std::filesystem::path>& paths) {
+  VXStringVector out;
+  for (const std::filesystem::path& p : paths) out.push_back(api::FromPath(p));
+  return out;
+}
+
+VXStringVector ToVX(const std::vector<std::string>& texts) {
+  VXStringVector out;
+  for (const std::string& s : texts) out.emplace_back(s);
+  return out;
+}
+
+// Puts the repository back to its last commit after a failed load; a
+// rollback that fails too adds its own errors.
+void RollbackAfterFailure(ARpGateway& rp, std::vector<Diagnostic>& errors) {
+  try {
+    rp.Rollback();
+  } catch (const ErrorMessage& e) {
+    std::vector<Diagnostic> more = api::ToDiagnostics(e);
+    errors.insert(errors.end(), more.begin(), more.end());
+  }
+}
+
+}  // namespace load_detail
+
+LoadReport Repository::Load(const std::vector<std::filesystem::path>& documents, const LoadOptions& options) {
+  ARpGateway& rp = m_impl->Gateway();
+  if (!options.passwords.empty() && options.passwords.size() != documents.size())
+    throw Error(99020, {std::to_string(options.passwords.size()), std::to_string(documents.size())});
+  LoadReport report;
+  ErrorMessage err;
+  VXString warnings;
+  VoidIDVector created, modified, deleted;
+  bool ok;
+  try {
+    ok = QORLParser::ExecuteTransactionalXML(&rp, load_detail::ToVX(documents), load_detail::ToVX(options.passwords),
+                                             err, warnings, created, modified, deleted, QORLParser::QORLFile,
+                                             options.expressionErrors == OnProblem::Fail,
+                                             options.passwordErrors == OnProblem::Fail, options.ignoreErrors,
+                                             options.renameDuplicates, false, false, options.validate);
+  } catch (const ErrorMessage& e) {
+    // Half a load must not stay in memory for a later commit to write.
+    std::vector<Diagnostic> errors = api::ToDiagnostics(e);
+    load_detail::RollbackAfterFailure(rp, errors);
+    throw Error(std::move(errors));
+  }
+  if (!warnings.empty()) {
+    Diagnostic w;
+    w.severity = Severity::Warning;
+    w.message = warnings.ToUTF8();
+    report.warnings.push_back(std::move(w));
+  }
+  report.errors = api::ToDiagnostics(err);
+  report.loaded = ok && (report.errors.empty() || options.ignoreErrors);
+  if (!report.loaded) {
+    load_detail::RollbackAfterFailure(rp, report.errors);
+    return report;
+  }
+  report.created = created.size();
+  report.updated = modified.size();
+  report.deleted = deleted.size();
+  return report;
+}
+
+Declaration Repository::Declared(const std::filesystem::path& document, bool ignoreErrors) const {
+  ARpGateway& rp = m_impl->Gateway();
+  Declaration out;
+  out.file = document;
+  QNameTypeIDPairVector declared;
+  ErrorMessage err;
+  api::Translate([&] {
+    QORLParser::GatherDeclObjectsQualifiedNameTypeIDs(&rp, api::FromPath(document), declared, err,
+                                                      QORLParser::QORLFile, ignoreErrors);
+  });
+  out.errors = api::ToDiagnostics(err);
+  for (const QNameTypeIDPair& p : declared)
+    out.objects.push_back({QORLUtil::GetTagName(p.m_typeID).ToUTF8(), MetadataUtil::ToQualifiedName(p.m_qName).ToUTF8(),
+                           p.m_voidID.IsNullID() ? std::string() : p.m_voidID.ToString().ToUTF8()});
+  return out;
+}
+
+PasswordCheck CheckPassword(const std::vector<std::filesystem::path>& documents, const std::string& password) {
+  return api::Translate([&] {
+    // Secrets are checked against the documents alone; the objects they
+    // declare are resolved in a scratch store.
+    auto rp = ARpGateway::CreateInMemory();
+    ErrorMessage err;
+    VXString warnings;
+    VXStringVector passwords(documents.size(), VXString(password));
+    PasswordCheck out;
+    out.opens = QORLParser::IsPasswordCorrect(rp.get(), load_detail::ToVX(documents), passwords, err, warnings, true, true);
+    out.errors = api::ToDiagnostics(err);
+    return out;
+  });
+}
+
+void SetSchemaDirectory(const std::filesystem::path& directory) { UseSchemaDirectory(api::FromPath(directory)); }
+
+}  // namespace qorl
