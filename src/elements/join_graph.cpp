@@ -1,3 +1,4 @@
+#include "elements/child_codecs.h"
 #include "elements/join_graph.h"
 
 #include <unordered_set>
@@ -22,13 +23,6 @@ bool IsNodeType(TypeID t) {
 
 VXString GuidOf(const RefARpObject& o) {
   return o.IsNullRef() ? VXString() : TKSGUIDGenerator::ByteVectorToGUIDString(o->UpgradeID());
-}
-
-void Line(VXString& s, std::u32string_view open, std::u32string_view tag) {
-  s += open;
-  s += tag;
-  s += S_GT;
-  s += S_NEWLINE;
 }
 
 class JoinGraphReader : public ChildReader {
@@ -163,7 +157,7 @@ class JoinGraphCodec : public ChildCodec {
       ctx.PrintTaggedRef(start, TAG_START_NODE);
       if (ctx.HasContent(!node.m_adjacentLinks.empty(), TAG_JOINS)) {
         s.clear();
-        Line(s, S_LT, TAG_JOINS);
+        children::OpenLine(s, TAG_JOINS);
         ctx.Print(s);
         for (const DirectedLink& link : node.m_adjacentLinks) {
           RefARpObject in = rp->GetObject(link.m_inNode);
@@ -183,15 +177,15 @@ class JoinGraphCodec : public ChildCodec {
           ctx.PrintTaggedRef(link.m_drivingNode.IsNullID() ? RefARpObject() : rp->GetObject(link.m_drivingNode),
                              TAG_DRIVING_TABLE);
           s.clear();
-          Line(s, S_OPEN_CLOSING_TAG, TAG_JOIN);
+          children::CloseLine(s, TAG_JOIN);
           ctx.Print(s);
         }
         s.clear();
-        Line(s, S_OPEN_CLOSING_TAG, TAG_JOINS);
+        children::CloseLine(s, TAG_JOINS);
         ctx.Print(s);
       }
       s.clear();
-      Line(s, S_OPEN_CLOSING_TAG, tag);
+      children::CloseLine(s, tag);
       ctx.Print(s);
     }
   }

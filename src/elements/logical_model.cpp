@@ -1,4 +1,5 @@
 // Business models, logical tables, columns, keys, foreign keys and logical joins.
+#include "elements/child_codecs.h"
 #include "elements/attr_hooks.h"
 #include "elements/families.h"
 #include "elements/fragments.h"
@@ -17,14 +18,6 @@ using namespace rows;
 
 namespace logical_model {
 
-constexpr TypeID kModels[] = {kTIDASubjectArea};
-constexpr TypeID kTables[] = {kTIDALogicalTable};
-constexpr TypeID kColumns[] = {kTIDAAttribute};
-constexpr TypeID kKeys[] = {kTIDAKey};
-constexpr TypeID kLevels[] = {kTIDALevel};
-constexpr TypeID kSources[] = {kTIDALogicalTableSource};
-constexpr TypeID kFolders[] = {kTIDALogicalDisplayFolder};
-constexpr TypeID kKeyContainers[] = {kTIDALogicalTable, kTIDALevel};
 
 // ---- the join's roles: each names a logical table or a level ----
 
@@ -109,7 +102,7 @@ class RolesCodec : public ChildCodec {
     static const VXString tableRef = VXString(TAG_REF) + TAG_LOG_TABLE;
     static const VXString levelRef = VXString(TAG_REF) + TAG_LOG_LEVEL;
     VXString s;
-    Line(s, S_LT, tag);
+    children::OpenLine(s, tag);
     ctx.Print(s);
     for (const RefARole& role : roles) {
       RefAEntity entity = ARoleAccess::GetParticipatingEntity(*role);
@@ -128,11 +121,11 @@ class RolesCodec : public ChildCodec {
       ctx.PrintRef(isLevel ? RefARpObject() : RefARpObject(entity), tableRef.view());
       ctx.PrintRef(isLevel ? RefARpObject(entity) : RefARpObject(), levelRef.view());
       s.clear();
-      Line(s, S_OPEN_CLOSING_TAG, TAG_ROLE);
+      children::CloseLine(s, TAG_ROLE);
       ctx.Print(s);
     }
     s.clear();
-    Line(s, S_OPEN_CLOSING_TAG, tag);
+    children::CloseLine(s, tag);
     ctx.Print(s);
   }
   ChildReader* NewReader() const override { return new RolesReader; }
@@ -163,13 +156,6 @@ class RolesCodec : public ChildCodec {
     }
   }
 
- private:
-  static void Line(VXString& s, std::u32string_view open, std::u32string_view tag) {
-    s += open;
-    s += tag;
-    s += S_GT;
-    s += S_NEWLINE;
-  }
 };
 
 const RolesCodec kRoles;
@@ -224,9 +210,9 @@ const Attr kModelAttrs[] = {
 
 const Part kModelParts[] = {
     // The folders are elements of their own, executed after the model.
-    Group(TAG_DISPLAY_FOLDERS, kRelSubjectAreaDisplayFolders, kFolders, 0, Phase::Execute2),
+    Group(TAG_DISPLAY_FOLDERS, kRelSubjectAreaDisplayFolders, Types<kTIDALogicalDisplayFolder>, 0, Phase::Execute2),
     // Only a fine-grained generation knows removed folders, and it records none yet.
-    RemovedGroup(TAG_REMOVED_DISPLAY_FOLDERS, kRelSubjectAreaDisplayFolders, kFolders, kEmptyWithFeed, Phase::Execute2),
+    RemovedGroup(TAG_REMOVED_DISPLAY_FOLDERS, kRelSubjectAreaDisplayFolders, Types<kTIDALogicalDisplayFolder>, kEmptyWithFeed, Phase::Execute2),
 };
 
 const Attr kTableAttrs[] = {
@@ -236,9 +222,9 @@ const Attr kTableAttrs[] = {
 };
 
 const Part kTableParts[] = {
-    Tagged(TAG_LEVEL_COLUMN, "levelColumn", kColumns),
-    Group(TAG_COLUMNS, kRelLogicalTableColumns, kColumns),
-    Group(TAG_TABLE_SOURCES, kRelLogicalTableSources, kSources),
+    Tagged(TAG_LEVEL_COLUMN, "levelColumn", Types<kTIDAAttribute>),
+    Group(TAG_COLUMNS, kRelLogicalTableColumns, Types<kTIDAAttribute>),
+    Group(TAG_TABLE_SOURCES, kRelLogicalTableSources, Types<kTIDALogicalTableSource>),
 };
 
 const Attr kColumnAttrs[] = {
@@ -250,10 +236,10 @@ const Attr kColumnAttrs[] = {
 // second pass. A text that does not parse is kept when the error is only logged.
 const Part kColumnParts[] = {
     Expression("expr", kSkipEmptyExpr | kKeepUnparsed, Phase::Execute2, TAG_EXPR),
-    Tagged(TAG_CUSTOM_SORT_ORDER, "customSortOrder", kColumns),
-    Tagged(TAG_DESCRIPTOR_ID, "descriptorID", kColumns),
+    Tagged(TAG_CUSTOM_SORT_ORDER, "customSortOrder", Types<kTIDAAttribute>),
+    Tagged(TAG_DESCRIPTOR_ID, "descriptorID", Types<kTIDAAttribute>),
     TaggedExpression(TAG_ATTRIBUTE_DEFN, "attrDefnExpr", kAlwaysWrapped | kSkipEmptyExpr | kKeepUnparsed | kPhysicalExpr),
-    Group(TAG_LEVELS, kRelLogicalColumnLevels, kLevels, kClearFirstWithExprs),
+    Group(TAG_LEVELS, kRelLogicalColumnLevels, Types<kTIDALevel>, kClearFirstWithExprs),
 };
 
 const Attr kKeyAttrs[] = {
@@ -263,7 +249,7 @@ const Attr kKeyAttrs[] = {
 };
 
 const Part kKeyParts[] = {
-    Group(TAG_COLUMNS, kRelLogicalKeyColumns, kColumns, kClearFirst),
+    Group(TAG_COLUMNS, kRelLogicalKeyColumns, Types<kTIDAAttribute>, kClearFirst),
 };
 
 const Attr kJoinTypeAttrs[] = {
@@ -271,14 +257,14 @@ const Attr kJoinTypeAttrs[] = {
 };
 
 const Part kForeignKeyParts[] = {
-    Group(TAG_COLUMNS, kRelLogicalForeignKeyColumns, kColumns, kClearFirst),
-    Tagged(TAG_COUNTER_PART_KEY, "counterpartKey", kKeys),
-    Tagged(TAG_DRIVING_TABLE, "drivingTable", kTables),
+    Group(TAG_COLUMNS, kRelLogicalForeignKeyColumns, Types<kTIDAAttribute>, kClearFirst),
+    Tagged(TAG_COUNTER_PART_KEY, "counterpartKey", Types<kTIDAKey>),
+    Tagged(TAG_DRIVING_TABLE, "drivingTable", Types<kTIDALogicalTable>),
 };
 
 const Part kJoinParts[] = {
     Child(TAG_ROLES, kRoles, "roleProps"),
-    Tagged(TAG_DRIVING_TABLE, "drivingTable", kTables),
+    Tagged(TAG_DRIVING_TABLE, "drivingTable", Types<kTIDALogicalTable>),
 };
 
 constexpr std::u32string_view kNameIdentity[] = {ATTR_NAME};
@@ -290,18 +276,18 @@ const Description kModel{kTIDASubjectArea, TAG_BUS_MODEL, "BusinessModelType", {
                          kModelAttrs,      kModelParts,   {},                  kNameIdentity,
                          kFolderLists,     nullptr};
 const Description kTable{kTIDALogicalTable, TAG_LOG_TABLE, "LogicalTableType",
-                         {ParentMode::ByName, kModels, 0, true},
+                         {ParentMode::ByName, Types<kTIDASubjectArea>, 0, true},
                          kTableAttrs,       kTableParts,   {},
                          kNameIdentity,     kColumnLists,  &kTableHooks};
 const Description kColumn{kTIDAAttribute, TAG_LOG_COLUMN, "LogicalColumnType",
-                          {ParentMode::ByName, kTables, kRelLogicalTableColumns},
+                          {ParentMode::ByName, Types<kTIDALogicalTable>, kRelLogicalTableColumns},
                           kColumnAttrs,   kColumnParts,   {},
                           kNameIdentity,  {},             nullptr};
-const Description kKey{kTIDAKey,      TAG_LOG_KEY,  "LogicalKeyType", {ParentMode::Hook, kKeyContainers, kRelLogicalTableKeys},
+const Description kKey{kTIDAKey,      TAG_LOG_KEY,  "LogicalKeyType", {ParentMode::Hook, Types<kTIDALogicalTable, kTIDALevel>, kRelLogicalTableKeys},
                        kKeyAttrs,     kKeyParts,    {},               kNameIdentity,
                        kColumnLists,  &kKeyHooks};
 const Description kForeignKey{kTIDALogicalForeignKey, TAG_LOG_FKEY,     "LogicalForeignKeyType",
-                              {ParentMode::ByName, kTables, kRelLogicalTableForeignKeys},
+                              {ParentMode::ByName, Types<kTIDALogicalTable>, kRelLogicalTableForeignKeys},
                               kJoinTypeAttrs,         kForeignKeyParts, {},
                               kNameIdentity,          kColumnLists,     nullptr};
 const Description kJoin{kTIDARelationship, TAG_LOG_JOIN, "LogicalComplexJoinType", {ParentMode::None, {}, 0},

@@ -17,14 +17,6 @@ namespace logical_sources {
 
 using SourceDefinition = ALogicalTableSource::SourceDefinition;
 
-constexpr TypeID kLogicalTables[] = {kTIDALogicalTable};
-constexpr TypeID kLogicalColumns[] = {kTIDAAttribute};
-constexpr TypeID kMeasures[] = {kTIDAMeasureDefn};
-constexpr TypeID kTables[] = {kTIDATable};
-constexpr TypeID kSources[] = {kTIDALogicalTableSource};
-constexpr TypeID kDimensions[] = {kTIDADimension};
-constexpr TypeID kRules[] = {kTIDAAggrRule};
-constexpr TypeID kOverrideRules[] = {kTIDAOverrideAggrRule};
 
 // ---- the table source's definition: flag, join graph, filter and mappings in one member ----
 
@@ -150,7 +142,7 @@ const Part kSourceParts[] = {
     Within(TaggedExpression(TAG_WHERE_CLAUSE, kDefinition, kPhysicalExpr), &DetailFilterOf),
     TaggedExpression(TAG_GROUP_BY, "aggrContent"),
     TaggedExpression(TAG_FRAGMENT_CONTENT, "fragmentContent"),
-    Tagged(TAG_CLOSURE_TABLE, "closureTable", kTables),
+    Tagged(TAG_CLOSURE_TABLE, "closureTable", Types<kTIDATable>),
 };
 
 const Attr kMeasureAttrs[] = {
@@ -158,8 +150,8 @@ const Attr kMeasureAttrs[] = {
 };
 
 const Part kMeasureParts[] = {
-    Group(TAG_RULES, kRelMeasureAggrRules, kRules, kClearFirst),
-    Group(TAG_OVERRIDE_RULES, kRelMeasureOverrideAggrRules, kOverrideRules, kClearFirst),
+    Group(TAG_RULES, kRelMeasureAggrRules, Types<kTIDAAggrRule>, kClearFirst),
+    Group(TAG_OVERRIDE_RULES, kRelMeasureOverrideAggrRules, Types<kTIDAOverrideAggrRule>, kClearFirst),
 };
 
 const Attr kRuleAttrs[] = {
@@ -168,11 +160,11 @@ const Attr kRuleAttrs[] = {
 
 const Part kRuleParts[] = {
     Expression("aggrExpr"),
-    Tagged(TAG_BASED_ON_DIMENSION, "dimension", kDimensions),
+    Tagged(TAG_BASED_ON_DIMENSION, "dimension", Types<kTIDADimension>),
 };
 
 const Part kOverrideRuleParts[] = {
-    Plain("logicalTableSource", kSources),
+    Plain("logicalTableSource", Types<kTIDALogicalTableSource>),
     Expression("overrideAggrExpr", kPhysicalExpr),
 };
 
@@ -180,20 +172,20 @@ constexpr std::u32string_view kNameIdentity[] = {ATTR_NAME};
 constexpr std::u32string_view kRuleLists[] = {TAG_RULES};
 
 const Description kSource{kTIDALogicalTableSource, TAG_LOG_TABSRC, "LogicalTableSourceType",
-                          {ParentMode::ByName, kLogicalTables, 0},
+                          {ParentMode::ByName, Types<kTIDALogicalTable>, 0},
                           kSourceAttrs,            kSourceParts,  {},
                           kNameIdentity,           {},            &kSourceHooks};
 const Description kMeasure{kTIDAMeasureDefn, TAG_MEASURE_DEFN, "MeasureDefnType",
-                           {ParentMode::ByName, kLogicalColumns, 0},
+                           {ParentMode::ByName, Types<kTIDAAttribute>, 0},
                            kMeasureAttrs,    kMeasureParts,    {},
                            kNameIdentity,    kRuleLists,       &kMeasureHooks};
 // A rule whose measure cannot be found keeps the measure it has.
 const Description kRule{kTIDAAggrRule, TAG_AGGR_RULE, "AggrRuleType",
-                        {ParentMode::ByName, kMeasures, kRelMeasureAggrRules, true},
+                        {ParentMode::ByName, Types<kTIDAMeasureDefn>, kRelMeasureAggrRules, true},
                         kRuleAttrs,    kRuleParts,    {},
                         kNameIdentity, {},            &kRuleHooks};
 const Description kOverrideRule{kTIDAOverrideAggrRule, TAG_OVERRIDE_AGGR_RULE, "OverrideAggrRuleType",
-                                {ParentMode::ByName, kMeasures, kRelMeasureOverrideAggrRules, true},
+                                {ParentMode::ByName, Types<kTIDAMeasureDefn>, kRelMeasureOverrideAggrRules, true},
                                 {},                    kOverrideRuleParts,     {},
                                 kNameIdentity,         {},                     &kOverrideRuleHooks};
 

@@ -19,13 +19,6 @@ using namespace rows;
 
 namespace physical_sources {
 
-constexpr TypeID kDatabases[] = {kTIDADatabase};
-constexpr TypeID kPools[] = {kTIDAConnectionPool};
-constexpr TypeID kFolders[] = {kTIDAPhysicalDisplayFolder};
-constexpr TypeID kDataFolders[] = {kTIDACatalog, kTIDASchema};
-constexpr TypeID kSchemaContainers[] = {kTIDACatalog, kTIDADatabase};
-constexpr TypeID kFolderTables[] = {kTIDATable, kTIDACubeTable};
-constexpr TypeID kVariables[] = {kTIDARpVariable};
 
 template <class T>
 const T& Member(const ARpObject& o, const char* prop) {
@@ -542,11 +535,11 @@ const Attr kDatabaseAttrs[] = {
 
 const Part kDatabaseParts[] = {
     Child(TAG_FEATURES, kFeatures, "features"),
-    Tagged(TAG_PERSIST_CONN_POOL, "defaultPersistConnectionPool", kPools),
-    Group(TAG_DISPLAY_FOLDERS, kRelDatabaseDisplayFolders, kFolders),
+    Tagged(TAG_PERSIST_CONN_POOL, "defaultPersistConnectionPool", Types<kTIDAConnectionPool>),
+    Group(TAG_DISPLAY_FOLDERS, kRelDatabaseDisplayFolders, Types<kTIDAPhysicalDisplayFolder>),
     // Known only to a fine-grained run, which lists none here.
-    EmptyGroup(TAG_REMOVED_DISPLAY_FOLDERS, kFolders, 0, kRelDatabaseDisplayFolders),
-    Group(TAG_CONNECTION_POOLS, kRelDatabaseConnectionPools, kPools),
+    EmptyGroup(TAG_REMOVED_DISPLAY_FOLDERS, Types<kTIDAPhysicalDisplayFolder>, 0, kRelDatabaseDisplayFolders),
+    Group(TAG_CONNECTION_POOLS, kRelDatabaseConnectionPools, Types<kTIDAConnectionPool>),
     Child(TAG_PROPERTIES, kPropertyGroups, "properties"),
 };
 
@@ -612,22 +605,22 @@ const Part kPoolParts[] = {
     Child(TAG_BEFORE_QUERY_STRING, kConnectScripts, "beforeQueryStrings", Phase::Execute, kRepeats),
     Child(TAG_POST_CONNECT_STRING, kConnectScripts, "postConnectStrings", Phase::Execute, kRepeats),
     Child(TAG_PRE_DISCONNECT_STRING, kConnectScripts, "preDisconnectStrings", Phase::Execute, kRepeats),
-    Tagged(TAG_RELATIONAL_CONN_POOL, "relationalConnectionPool", kPools),
-    Tagged(TAG_RELATIONAL_DATA_FOLDER, "relationalDataFolder", kDataFolders),
-    Tagged(TAG_SQL_BYPASS_DB, "sqlBypassDatabase", kDatabases),
+    Tagged(TAG_RELATIONAL_CONN_POOL, "relationalConnectionPool", Types<kTIDAConnectionPool>),
+    Tagged(TAG_RELATIONAL_DATA_FOLDER, "relationalDataFolder", Types<kTIDACatalog, kTIDASchema>),
+    Tagged(TAG_SQL_BYPASS_DB, "sqlBypassDatabase", Types<kTIDADatabase>),
 };
 
 const Part kCatalogParts[] = {
-    Tagged(TAG_DYNAMIC_NAME, "variable", kVariables),
+    Tagged(TAG_DYNAMIC_NAME, "variable", Types<kTIDARpVariable>),
 };
 
 const Part kSchemaParts[] = {
-    Tagged(TAG_DYNAMIC_NAME, "variable", kVariables),
+    Tagged(TAG_DYNAMIC_NAME, "variable", Types<kTIDARpVariable>),
     CData(TAG_INPUT_MESSAGE_TEMPLATE, "wsInputMessage", kOmitEmptyText),
 };
 
 const Part kFolderParts[] = {
-    Group(TAG_TABLES, kRelPhysicalDisplayFolderTables, kFolderTables, kKeepPlaces),
+    Group(TAG_TABLES, kRelPhysicalDisplayFolderTables, Types<kTIDATable, kTIDACubeTable>, kKeepPlaces),
 };
 
 constexpr std::u32string_view kNameIdentity[] = {ATTR_NAME};
@@ -636,17 +629,17 @@ const Description kDatabase{kTIDADatabase,  TAG_DATABASE,   "DatabaseType", {Par
                             kDatabaseAttrs, kDatabaseParts, {},             kNameIdentity,
                             {},             nullptr};
 const Description kPool{kTIDAConnectionPool, TAG_CONN_POOL, "ConnectionPoolType",
-                        {ParentMode::ByName, kDatabases, 0},
+                        {ParentMode::ByName, Types<kTIDADatabase>, 0},
                         kPoolAttrs,          kPoolParts,          {},
                         kNameIdentity,       {},                  &kPoolHooks};
-const Description kCatalog{kTIDACatalog,  TAG_PHY_CATALOG, "PhysicalCatalogType", {ParentMode::ByName, kDatabases, 0},
+const Description kCatalog{kTIDACatalog,  TAG_PHY_CATALOG, "PhysicalCatalogType", {ParentMode::ByName, Types<kTIDADatabase>, 0},
                            {},            kCatalogParts,   {},                    kNameIdentity,
                            {},            nullptr};
-const Description kSchema{kTIDASchema,   TAG_PHY_SCHEMA, "SchemaType", {ParentMode::Hook, kSchemaContainers, 0},
+const Description kSchema{kTIDASchema,   TAG_PHY_SCHEMA, "SchemaType", {ParentMode::Hook, Types<kTIDACatalog, kTIDADatabase>, 0},
                           {},            kSchemaParts,   {},           kNameIdentity,
                           {},            &kSchemaHooks};
 const Description kFolder{kTIDAPhysicalDisplayFolder, TAG_PHY_DSPFLDR, "PhysicalDisplayFolderType",
-                          {ParentMode::ByName, kDatabases, 0},
+                          {ParentMode::ByName, Types<kTIDADatabase>, 0},
                           {},                         kFolderParts,           {},
                           kNameIdentity,              {},                     nullptr};
 

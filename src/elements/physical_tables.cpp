@@ -17,16 +17,6 @@ using namespace rows;
 
 namespace physical_tables {
 
-constexpr TypeID kContainers[] = {kTIDADatabase, kTIDACatalog, kTIDASchema};
-constexpr TypeID kTables[] = {kTIDATable};
-constexpr TypeID kKeyTables[] = {kTIDATable, kTIDACubeTable};
-constexpr TypeID kJoinTables[] = {kTIDATable, kTIDACubeTable, kTIDAAWCube, kTIDAAWDimension};
-constexpr TypeID kColumns[] = {kTIDAColumn};
-constexpr TypeID kKeyColumns[] = {kTIDAColumn, kTIDACubeColumn};
-constexpr TypeID kKeys[] = {kTIDATableKey};
-constexpr TypeID kPools[] = {kTIDAConnectionPool};
-constexpr TypeID kVariables[] = {kTIDARpVariable};
-constexpr TypeID kDatabases[] = {kTIDADatabase};
 
 // ---- the table's replication: database to the name of the table there ----
 
@@ -187,14 +177,14 @@ const Attr kTableAttrs[] = {
 };
 
 const Part kTableParts[] = {
-    Tagged(TAG_SOURCE_TABLE, "sourceTable", kTables, Phase::Execute2),
+    Tagged(TAG_SOURCE_TABLE, "sourceTable", Types<kTIDATable>, Phase::Execute2),
     Child(TAG_DB_MAP, children::kDbMap, "dbSpecificNames"),
-    Tagged(TAG_AGGR_CONN_POOL, "sourceConnPool", kPools),
-    Plain("variable", kVariables, Phase::Execute, "the variable: a plain reference, not wrapped"),
-    Tagged(TAG_MEMBER_KEY, "memberKeyColumn", kColumns, Phase::Execute2),
-    Tagged(TAG_PARENT_KEY, "parentKeyColumn", kColumns, Phase::Execute2),
-    Tagged(TAG_DISTANCE_COLUMN, "distanceColumn", kColumns, Phase::Execute2),
-    Tagged(TAG_LEAF_COLUMN, "isLeafColumn", kColumns, Phase::Execute2),
+    Tagged(TAG_AGGR_CONN_POOL, "sourceConnPool", Types<kTIDAConnectionPool>),
+    Plain("variable", Types<kTIDARpVariable>, Phase::Execute, "the variable: a plain reference, not wrapped"),
+    Tagged(TAG_MEMBER_KEY, "memberKeyColumn", Types<kTIDAColumn>, Phase::Execute2),
+    Tagged(TAG_PARENT_KEY, "parentKeyColumn", Types<kTIDAColumn>, Phase::Execute2),
+    Tagged(TAG_DISTANCE_COLUMN, "distanceColumn", Types<kTIDAColumn>, Phase::Execute2),
+    Tagged(TAG_LEAF_COLUMN, "isLeafColumn", Types<kTIDAColumn>, Phase::Execute2),
     CData(TAG_XSLT, "wsXSLT", kLineFeeds),
     CData(TAG_XSD_SCHEMA, "wsXsdSchema", kLineFeeds),
     Child(TAG_PROPERTIES, children::kNameValueProperties, "properties"),
@@ -218,14 +208,14 @@ const Attr kColumnAttrs[] = {
 };
 
 const Part kColumnParts[] = {
-    Tagged(TAG_DYNAMIC_NAME, "variable", kVariables),
-    Tagged(TAG_SOURCE_COLUMN, "sourceColumn", kColumns),
-    Group(TAG_PICKLIST_COLUMNS, kRelColumnPicklistColumns, kColumns),
+    Tagged(TAG_DYNAMIC_NAME, "variable", Types<kTIDARpVariable>),
+    Tagged(TAG_SOURCE_COLUMN, "sourceColumn", Types<kTIDAColumn>),
+    Group(TAG_PICKLIST_COLUMNS, kRelColumnPicklistColumns, Types<kTIDAColumn>),
     Child(TAG_PROPERTIES, children::kNameValueProperties, "properties"),
 };
 
 const Part kKeyParts[] = {
-    Group(TAG_COLUMNS, kRelTableKeyColumns, kKeyColumns, kClearFirst),
+    Group(TAG_COLUMNS, kRelTableKeyColumns, Types<kTIDAColumn, kTIDACubeColumn>, kClearFirst),
 };
 
 const Attr kForeignKeyAttrs[] = {
@@ -233,8 +223,8 @@ const Attr kForeignKeyAttrs[] = {
 };
 
 const Part kForeignKeyParts[] = {
-    Group(TAG_COLUMNS, kRelForeignKeyColumns, kColumns, kClearFirst),
-    Tagged(TAG_COUNTER_PART_KEY, "tableKey", kKeys),
+    Group(TAG_COLUMNS, kRelForeignKeyColumns, Types<kTIDAColumn>, kClearFirst),
+    Tagged(TAG_COUNTER_PART_KEY, "tableKey", Types<kTIDATableKey>),
 };
 
 const Attr kJoinAttrs[] = {
@@ -244,7 +234,7 @@ const Attr kJoinAttrs[] = {
 };
 
 const Part kJoinParts[] = {
-    Group(TAG_TABLES, kRelComplexJoinTables, kJoinTables, kClearFirst),
+    Group(TAG_TABLES, kRelComplexJoinTables, Types<kTIDATable, kTIDACubeTable, kTIDAAWCube, kTIDAAWDimension>, kClearFirst),
     Expression("joinExpr", kPhysicalExpr),
     TaggedExpression(TAG_EXTERNAL_EXPR, "externalJoinExpr", kPhysicalExpr | kSkipEmptyExpr),
 };
@@ -254,17 +244,17 @@ constexpr std::u32string_view kColumnLists[] = {TAG_COLUMNS};
 constexpr std::u32string_view kPicklist[] = {TAG_PICKLIST_COLUMNS};
 
 const Description kTable{kTIDATable,     TAG_PHY_TABLE, "PhysicalTableType",
-                         {ParentMode::Hook, kContainers, 0},
+                         {ParentMode::Hook, Types<kTIDADatabase, kTIDACatalog, kTIDASchema>, 0},
                          kTableAttrs,    kTableParts,   {},
                          kNameIdentity,  {},            &kTableHooks};
 const Description kColumn{kTIDAColumn,   TAG_PHY_COLUMN, "PhysicalColumnType",
-                          {ParentMode::ByName, kTables, kRelTableColumns},
+                          {ParentMode::ByName, Types<kTIDATable>, kRelTableColumns},
                           kColumnAttrs,  kColumnParts,   {},
                           kNameIdentity, kPicklist,      nullptr};
-const Description kKey{kTIDATableKey, TAG_PHY_KEY,  "PhysicalKeyType", {ParentMode::ByName, kKeyTables, 0}, {},
+const Description kKey{kTIDATableKey, TAG_PHY_KEY,  "PhysicalKeyType", {ParentMode::ByName, Types<kTIDATable, kTIDACubeTable>, 0}, {},
                        kKeyParts,     {},           kNameIdentity,     kColumnLists,                       nullptr};
 const Description kForeignKey{kTIDAForeignKey,  TAG_PHY_FKEY,     "PhysicalForeignKeyType",
-                              {ParentMode::ByName, kTables, 0},
+                              {ParentMode::ByName, Types<kTIDATable>, 0},
                               kForeignKeyAttrs, kForeignKeyParts, {},
                               kNameIdentity,    kColumnLists,     nullptr};
 const Description kJoin{kTIDAComplexJoin, TAG_PHY_JOIN, "ComplexJoinType", {ParentMode::None, {}, 0},

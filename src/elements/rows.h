@@ -5,6 +5,11 @@
 
 namespace qorl::elements::rows {
 
+// The types a reference accepts, one table per list wherever it is used:
+// Types<kTIDATable, kTIDACubeTable>.
+template <TypeID... T>
+inline constexpr TypeID Types[] = {T...};
+
 // ---- attributes ----
 
 // Text written when not empty.
