@@ -5,16 +5,6 @@
 
 namespace qorl {
 
-void WriteAttrRow(VXString& out, std::u32string_view name, AttrWrite when, const VXString& text) {
-  switch (when) {
-    case AttrWrite::kIfSet: AppendAttr(out, name, text); break;
-    case AttrWrite::kAlways: AppendAttrAlways(out, name, text); break;
-    case AttrWrite::kIfTrue: if (text == U"true") AppendAttrAlways(out, name, text); break;
-    case AttrWrite::kIfFalse: if (text == U"false") AppendAttrAlways(out, name, text); break;
-    case AttrWrite::kBoth: AppendAttrAlways(out, name, text); break;
-  }
-}
-
 bool FlagFrom(const VXString* text, bool def) {
   if (!text) return def;
   bool b = def;

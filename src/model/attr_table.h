@@ -1,8 +1,5 @@
-// An element's own attributes, said once: each row names the attribute, says
-// when it is written, how to read its text off the object, and how to set the
-// object from the text (or from its absence). The generator walks the rows in
-// order to write; the handler walks the same rows to read, so order and names
-// cannot drift apart.
+// An element's attributes as the reader hands them over, and the readers and
+// writers of the common value kinds that attribute rules use.
 #pragma once
 
 #include <span>
@@ -33,46 +30,7 @@ class NameValuePairs {
   std::vector<std::pair<VXString, VXString>> m_items;
 };
 
-enum class AttrWrite : uint8_t {
-  kIfSet,    // text or number: written when the text is not empty
-  kAlways,   // written whatever the value, also empty
-  kIfTrue,   // flag: "true" only when set
-  kIfFalse,  // flag: "false" only when clear
-  kBoth,     // flag: always, "true" or "false"
-};
-
-template <class Obj>
-struct AttrRow {
-  std::u32string_view name;
-  AttrWrite when;
-  // The value as document text; flags give "true" or "false".
-  VXString (*get)(const Obj& obj);
-  // Sets the object from the attribute's text, or from its absence (text null:
-  // the row applies the element's default). `all` holds the element's other
-  // attributes for rows read together with another one.
-  void (*set)(Obj& obj, const VXString* text, const NameValuePairs& all);
-};
-
-// Appends the attributes in row order, each as ` name="escaped value"`.
-template <class Obj>
-void WriteAttrRows(VXString& out, std::span<const AttrRow<Obj>> rows, const Obj& obj);
-// Applies every row to the object from the element's attributes.
-template <class Obj>
-void ReadAttrRows(std::span<const AttrRow<Obj>> rows, Obj& obj, const NameValuePairs& attrs) {
-  for (const AttrRow<Obj>& r : rows)
-    if (r.set) r.set(obj, attrs.Find(r.name), attrs);
-}
-
-// The writing rule of one row, outside the template.
-void WriteAttrRow(VXString& out, std::u32string_view name, AttrWrite when, const VXString& text);
-
-template <class Obj>
-void WriteAttrRows(VXString& out, std::span<const AttrRow<Obj>> rows, const Obj& obj) {
-  for (const AttrRow<Obj>& r : rows)
-    if (r.get) WriteAttrRow(out, r.name, r.when, r.get(obj));
-}
-
-// Readers for the common value kinds, for use inside `set`: absent text gives `def`.
+// Readers for the common value kinds: absent text gives `def`.
 bool FlagFrom(const VXString* text, bool def);
 long long IntFrom(const VXString* text, long long def);
 double DoubleFrom(const VXString* text, double def);

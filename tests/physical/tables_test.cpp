@@ -47,15 +47,6 @@ void PtabExpectRoundTrip(PtabStore& src, PtabStore& dst, const RpObjectVector& d
   test::ExpectRoundTrip(src, dst, decl, options, "ptab");
 }
 
-template <class Obj>
-void PtabExpectAllRowsWritten(std::span<const AttrRow<Obj>> rows, const std::string& text,
-                              std::initializer_list<const char*> except = {}) {
-  for (const AttrRow<Obj>& r : rows) {
-    std::string name = VXString(r.name).ToUTF8();
-    if (std::find(except.begin(), except.end(), name) != except.end()) continue;
-    EXPECT_NE(text.find(" " + name + "=\""), std::string::npos) << name;
-  }
-}
 
 TEST(PhysicalTables, EveryPropertyAtANonDefaultValueRoundTrips) {
   PtabStore src;

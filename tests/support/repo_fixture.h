@@ -142,15 +142,6 @@ inline void ExpectRoundTrip(RepoFixture& src, RepoFixture& dst, const RpObjectVe
   }
 }
 
-// Every attribute row of an element appears in its text.
-template <class Obj>
-void ExpectAllRowsWritten(std::span<const AttrRow<Obj>> rows, const std::string& text) {
-  for (const AttrRow<Obj>& r : rows) {
-    std::string name = VXString(r.name).ToUTF8();
-    EXPECT_NE(text.find(" " + name + "=\""), std::string::npos) << name;
-  }
-}
-
 // Every attribute the description of an element lists appears in the text.
 inline void ExpectAllAttrsWritten(TypeID type, const std::string& text) {
   const elements::Description* d = elements::FindDescription(type);
