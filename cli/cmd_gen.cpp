@@ -38,7 +38,8 @@ int RunGen(const GlobalOptions& g, const GenArgs& a) {
   o.upgradeIds = !a.noUid;
   o.storeIds = a.voidIds;
   o.repairDuplicates = a.checkDuplicates;
-  GenerateReport report = rp.Generate(a.output == "-" ? std::string("/dev/stdout") : a.output, o);
+  // Standard output streams; a file is replaced only once it was written whole.
+  GenerateReport report = a.output == "-" ? rp.Generate(std::cout, o) : rp.Generate(a.output, o);
   if (report.errors.empty()) return kExitOK;
   // One paragraph per object, as the generator lists them.
   std::string text;

@@ -37,7 +37,8 @@ struct GenerateOptions {
 
 struct GenerateReport {
   // Objects that could not be written whole. The document was written all
-  // the same; it is complete exactly when errors is empty.
+  // the same (a failing output throws instead); it is complete exactly when
+  // errors is empty.
   std::vector<Diagnostic> errors;
 };
 

@@ -72,7 +72,9 @@ class Repository {
   Declaration Declared(const std::filesystem::path& document, bool ignoreErrors = false) const;
 
   // Writes the repository, or the chosen objects, as one QORL document in
-  // UTF-8: to a file (missing directories are made), a stream, or a string.
+  // UTF-8: to a file, a stream, or a string. A file is replaced whole or not
+  // at all; its directory must exist. Throws Error when the output cannot be
+  // opened or written, and a file then keeps what it held.
   GenerateReport Generate(const std::filesystem::path& file, const GenerateOptions& options = {});
   GenerateReport Generate(std::ostream& out, const GenerateOptions& options = {});
   GenerateReport GenerateText(std::string& text, const GenerateOptions& options = {});

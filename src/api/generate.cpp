@@ -53,12 +53,14 @@ class StreamGenerator : private UnusedResult, public QORLGenerator {
         m_out(out),
         m_buf(buffer) {}
   ~StreamGenerator() override {
-    // Like a file, a stream gets what was written before a failure.
-    if (m_out && !m_buf.empty()) m_out->write(m_buf.data(), static_cast<std::streamsize>(m_buf.size()));
+    // A stream gets what was written before a failure elsewhere.
+    if (m_out && !m_failed && !m_buf.empty()) m_out->write(m_buf.data(), static_cast<std::streamsize>(m_buf.size()));
   }
+  bool OutputFailed() const override { return m_failed; }
 
   using QORLGenerator::Print;
   void Print(std::u32string_view text) override {
+    if (m_failed) return;
     for (char32_t c : text) {
       if (IsNonPrintable(c)) continue;
       if (c < 0x80) m_buf.push_back(static_cast<char>(c));
@@ -68,34 +70,45 @@ class StreamGenerator : private UnusedResult, public QORLGenerator {
   }
   void Finish() {
     QORLGenerator::Finish();
-    if (m_out) Flush();
+    if (m_failed) throw ErrorMessage(99022);
+    if (!m_out) return;
+    Flush();
+    // A buffering stream reports a full disk only when it passes the text on.
+    m_out->flush();
+    if (!*m_out) Fail();
   }
 
  private:
   void Flush() {
     m_out->write(m_buf.data(), static_cast<std::streamsize>(m_buf.size()));
     m_buf.clear();
-    if (!*m_out) throw ErrorMessage(99022);
+    if (!*m_out) Fail();
   }
+  [[noreturn]] void Fail() {
+    m_failed = true;
+    m_buf.clear();
+    throw ErrorMessage(99022);
+  }
+  bool m_failed = false;
   std::ostream* m_out;
   std::string& m_buf;
 };
 
 // One document through any generator: the whole repository as
 // QORLGenerator::GenerateQORL writes it, or the chosen objects. Errors of
-// single objects are collected; the generator's own failures (an output that
-// cannot be opened or written) are collected for a whole document but thrown
-// for chosen objects, as each way of writing always did.
+// single objects are collected. An output that cannot be opened or written
+// throws: there is no document to report on then.
 template <class Make>
 GenerateReport WriteDocument(ARpGateway& rp, const GenerateOptions& o, Make make) {
   VXString errors;
   return api::Translate([&] {
     if (o.objects.empty()) {
+      auto gen = make();
       try {
-        auto gen = make();
         gen->GenerateQORLForAllObjects(errors, ToGenerationType(o.content), o.repairDuplicates);
         gen->Finish();
       } catch (ErrorMessage& e) {
+        if (gen->OutputFailed()) throw;
         QORLUtil::HandleErrorMessage(e, errors);
       }
     } else {

@@ -48,6 +48,7 @@ void PrintColumnMappingSection(QORLGenerator& gen, const RpObjectVector& sortedO
       try {
         gen.Print(column_mapping::Element(gen, source, logical, physical));
       } catch (ErrorMessage& e) {
+        if (gen.OutputFailed()) throw;
         QORLUtil::HandleErrorMessage(e, errorMsgString);
       }
     }

@@ -46,6 +46,8 @@ void QORLGenerator::Finish() {
   if (m_outputXML) m_outputXML->Close();
 }
 
+bool QORLGenerator::OutputFailed() const { return m_outputXML && m_outputXML->Failed(); }
+
 void QORLGenerator::Print(std::u32string_view text) {
   if (m_bFlushOutStr) m_outputXML->Write(text);
   else m_outStr += text;
@@ -184,6 +186,7 @@ void QORLGenerator::GenerateDeclareQORLForObjects(const RpObjectVector& rpDeclar
         if (bListObjects) PrintGenericObject(o);
         else if (ARpObject* p = o.GetRawObjPtr()) p->Accept(*this);
       } catch (ErrorMessage& e) {
+        if (OutputFailed()) throw;
         QORLUtil::HandleErrorMessage(e, errorMsgString);
       }
     }

@@ -68,6 +68,9 @@ class QORLGenerator : public AMetadataVisitor, public elements::WriteContext {
   void AddRenamedObject(const RefARpObject& object, const VXString& sNewName);
   // Closes the output file, flushing it; errors surface here rather than in the destructor.
   void Finish();
+  // True once writing the output failed: nothing more can come of the
+  // document, so the failure ends it instead of being listed per object.
+  virtual bool OutputFailed() const;
 
   // The single output path.
   void Print(std::u32string_view text) override;

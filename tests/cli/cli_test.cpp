@@ -71,6 +71,12 @@ TEST_F(Cli, FailuresExitNonZeroWithTheReasonOnStderr) {
 TEST_F(Cli, GenWritesTheRepositoryOrChosenObjects) {
   ASSERT_EQ(RunQorl("init '" + repo + "' --repository-password pw").code, 0);
   std::string doc = (dir / "out" / "r.xml").string();
+  Result noDir = RunQorl("gen '" + repo + "' -o '" + doc + "' --repository-password pw");
+  EXPECT_EQ(noDir.code, 1);
+  EXPECT_NE(noDir.out.find("The output directory " + (dir / "out").string() + " does not exist."), std::string::npos)
+      << noDir.out;
+  EXPECT_FALSE(std::filesystem::exists(dir / "out"));
+  std::filesystem::create_directories(dir / "out");
   Result gen = RunQorl("gen '" + repo + "' -o '" + doc + "' --repository-password pw");
   ASSERT_EQ(gen.code, 0) << gen.out;
   std::ifstream in(doc);
@@ -93,6 +99,11 @@ TEST_F(Cli, GenWritesTheRepositoryOrChosenObjects) {
   EXPECT_NE(missing.code, 0);
   EXPECT_NE(missing.out.find("Nobody"), std::string::npos) << missing.out;
   EXPECT_NE(RunQorl("gen '" + repo + "' --type nonsense --repository-password pw").code, 0);
+
+  // A full disk: one error with its cause, and no claim that anything was written.
+  Result full = RunQorl("gen '" + repo + "' -o /dev/full --repository-password pw");
+  EXPECT_EQ(full.code, 1);
+  EXPECT_EQ(full.out, "error: Writing the document to /dev/full failed: No space left on device.\n");
 }
 
 std::string ReadFile(const std::string& path) {

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -214,6 +217,7 @@ TEST(Generator, FileOutputEqualsTextOutput) {
   RefARpObject db = f.Make(kTIDADatabase, 1, "d\xC3\xA9");
   db->SetDescription(VXString("bad\x01" "char"));
   std::string path = (std::filesystem::temp_directory_path() / ("qorl_gen_" + std::to_string(::getpid()) + "/out.xml")).string();
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
   VXString err;
   ASSERT_TRUE(QORLGenerator::GenerateQORLForObjectVector(f.rp.get(), {db}, {}, err, VXString(path), true)) << err.ToUTF8();
   std::stringstream ss;
@@ -237,6 +241,123 @@ TEST(Generator, TheInternalAccountsNameTravelsEncrypted) {
   EXPECT_EQ(QORLUtil::GetBaseRpObjectXMLAttributes(group, false).ToUTF8(),
             " name=\"Administrators\" isDefaultReadWriteable=\"true\" isDefaultGrantable=\"true\" isDefaultAll=\"true\" "
             "isDefaultDeleteable=\"true\"");
+}
+
+// ---- writing the document file ----------------------------------------------
+
+// Caps the size of files this process may write, so that a write fails part
+// way as on a full disk, whatever user the tests run as.
+struct FileSizeLimit {
+  explicit FileSizeLimit(rlim_t bytes) {
+    previousHandler = std::signal(SIGXFSZ, SIG_IGN);
+    getrlimit(RLIMIT_FSIZE, &previous);
+    rlimit capped = previous;
+    capped.rlim_cur = bytes;
+    setrlimit(RLIMIT_FSIZE, &capped);
+  }
+  ~FileSizeLimit() {
+    setrlimit(RLIMIT_FSIZE, &previous);
+    std::signal(SIGXFSZ, previousHandler);
+  }
+  rlimit previous{};
+  void (*previousHandler)(int);
+};
+
+struct DocumentFile : ::testing::Test {
+  void SetUp() override {
+    dir = std::filesystem::temp_directory_path() / ("qorl_out_" + std::to_string(::getpid()));
+    std::filesystem::remove_all(dir);
+    std::filesystem::create_directories(dir);
+    target = (dir / "doc.xml").string();
+    std::ofstream(target, std::ios::binary) << "previous\ndocument\n";
+    // Well beyond the write buffer, so writes fail while objects are still
+    // being written, not only when the file is closed.
+    for (uint32_t i = 0; i < 3000; ++i) {
+      RefARpObject db = f.Make(kTIDADatabase, 10 + i, ("db" + std::to_string(i)).c_str());
+      db->SetDescription(VXString(std::string(400, 'x')));
+      objects.push_back(db);
+    }
+  }
+  void TearDown() override { std::filesystem::remove_all(dir); }
+  std::vector<std::string> Entries() const {
+    std::vector<std::string> names;
+    for (const auto& e : std::filesystem::directory_iterator(dir)) names.push_back(e.path().filename().string());
+    return names;
+  }
+  Fixture f;
+  RpObjectVector objects;
+  std::filesystem::path dir;
+  std::string target;
+};
+
+size_t Occurrences(const std::string& text, const std::string& part) {
+  size_t n = 0;
+  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
+  return n;
+}
+
+std::string Slurp(const std::string& path) {
+  std::stringstream ss;
+  ss << std::ifstream(path, std::ios::binary).rdbuf();
+  return ss.str();
+}
+
+TEST_F(DocumentFile, AFailedWriteLeavesTheFileAsItWasAndIsReportedOnce) {
+  VXString err;
+  {
+    FileSizeLimit limit(100000);
+    EXPECT_FALSE(QORLGenerator::GenerateQORLForObjectVector(f.rp.get(), objects, {}, err, VXString(target), true));
+  }
+  std::string text = err.ToUTF8();
+  EXPECT_EQ(Occurrences(text, "Writing the document " + target + " failed: File too large."), 1u) << text;
+  EXPECT_EQ(Occurrences(text, "failed"), 1u) << text;
+  EXPECT_EQ(Slurp(target), "previous\ndocument\n");
+  EXPECT_EQ(Entries(), std::vector<std::string>{"doc.xml"});  // no temporary file stays behind
+
+  // Without an earlier file, none is left either.
+  std::filesystem::remove(target);
+  err.clear();
+  {
+    FileSizeLimit limit(100000);
+    EXPECT_FALSE(QORLGenerator::GenerateQORLForObjectVector(f.rp.get(), objects, {}, err, VXString(target), true));
+  }
+  EXPECT_TRUE(Entries().empty());
+}
+
+TEST_F(DocumentFile, AFullDeviceIsReportedOnceWithItsCause) {
+  VXString err;
+  EXPECT_FALSE(QORLGenerator::GenerateQORLForObjectVector(f.rp.get(), objects, {}, err, VXString("/dev/full"), true));
+  std::string text = err.ToUTF8();
+  EXPECT_EQ(Occurrences(text, "Writing the document to /dev/full failed: No space left on device."), 1u) << text;
+  EXPECT_EQ(Occurrences(text, "failed"), 1u) << text;
+
+  // A document smaller than the buffer fails only when it is closed.
+  err.clear();
+  EXPECT_FALSE(QORLGenerator::GenerateQORLForObjectVector(f.rp.get(), {objects[0]}, {}, err, VXString("/dev/full"), true));
+  EXPECT_EQ(Occurrences(err.ToUTF8(), "No space left on device"), 1u) << err.ToUTF8();
+}
+
+TEST_F(DocumentFile, ASuccessfulWriteReplacesTheFileAndKeepsItsMode) {
+  ::chmod(target.c_str(), 0640);
+  VXString err, text;
+  ASSERT_TRUE(QORLGenerator::GenerateQORLForObjectVector(f.rp.get(), {objects[0], objects[1]}, {}, err, VXString(target), true))
+      << err.ToUTF8();
+  QORLGenerator::GenerateQORLTextForObjectVector(f.rp.get(), {objects[0], objects[1]}, {}, err, text,
+                                                 kGenFooter | kGenColMapping | kGenExprTextObjects);
+  EXPECT_EQ(Slurp(target), text.ToUTF8());
+  EXPECT_EQ(std::filesystem::status(target).permissions() & std::filesystem::perms::all,
+            std::filesystem::perms::owner_read | std::filesystem::perms::owner_write | std::filesystem::perms::group_read);
+  EXPECT_EQ(Entries(), std::vector<std::string>{"doc.xml"});
+}
+
+TEST_F(DocumentFile, AMissingDirectoryIsAnErrorAndIsNotMade) {
+  std::filesystem::path missing = dir / "no" / "such";
+  VXString err;
+  EXPECT_FALSE(QORLGenerator::GenerateQORLForObjectVector(f.rp.get(), {objects[0]}, {}, err,
+                                                          VXString((missing / "doc.xml").string()), true));
+  EXPECT_NE(err.ToUTF8().find("The output directory " + missing.string() + " does not exist."), std::string::npos)
+      << err.ToUTF8();
+  EXPECT_FALSE(std::filesystem::exists(dir / "no"));
 }
 
 }  // namespace
