@@ -66,7 +66,8 @@ enum ObjectParsingState : int16_t {
   psIndividualObjectStateStart = 1000,
 };
 
-// Skips an element with all its children: counts depth, nothing else.
+// Skips an element with all its children: counts depth, nothing else. The
+// depth is a full int so that no nesting the load accepts can wrap it.
 class QORLUnknownElementHandler {
  public:
   void startElement() { ++m_parsingState; }
@@ -78,7 +79,7 @@ class QORLUnknownElementHandler {
   bool IsActive() const { return m_parsingState > 0; }
 
  private:
-  int16_t m_parsingState = 0;
+  int m_parsingState = 0;
   int16_t m_parentParsingState = 32767;
 };
 

@@ -7,6 +7,7 @@
 #include <xercesc/sax/Locator.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/sax2/Attributes.hpp>
+#include <xercesc/util/XMLString.hpp>
 
 #include "load/xml_reader.h"
 #include "model/registry.h"
@@ -109,8 +110,22 @@ const VXString& QORLObjectManager::Intern(const XMLCh* name) {
   return m_names.emplace(std::u16string(key), XMLStr::ToVX(name)).first->second;
 }
 
+void QORLObjectManager::startDTD(const XMLCh*, const XMLCh*, const XMLCh*) {
+  throw ErrorMessage(92017, GetLineNumber());
+}
+
 void QORLObjectManager::startElement(const XMLCh*, const XMLCh* localname, const XMLCh* qname,
                                      const xercesc::Attributes& attrs) {
+  // The limits hold for skipped elements too: the counters must not wrap
+  // whatever part of the document they are in.
+  if (m_openElements.size() >= kMaxElementDepth) throw ErrorMessage(92018, GetLineNumber(), kMaxElementDepth);
+  m_openElements.push_back(&Intern(localname));
+  m_textChars = 0;
+  for (XMLSize_t i = 0; i < attrs.getLength(); ++i) {
+    if (xercesc::XMLString::stringLen(attrs.getValue(i)) > kMaxAttributeChars)
+      throw ErrorMessage(92019, GetLineNumber(), XMLStr::ToVX(attrs.getQName(i)), XMLStr::ToVX(localname),
+                         static_cast<unsigned long long>(kMaxAttributeChars));
+  }
   if (m_bInUnknownElement) {
     m_unknownHandler.startElement();
     return;
@@ -172,6 +187,11 @@ void QORLObjectManager::startElement(const XMLCh*, const XMLCh* localname, const
 }
 
 void QORLObjectManager::characters(const XMLCh* chars, XMLSize_t length) {
+  // The parser hands long text over in pieces; the run is what is bounded.
+  m_textChars += length;
+  if (m_textChars > kMaxElementTextChars)
+    throw ErrorMessage(92020, GetLineNumber(), m_openElements.empty() ? VXString() : *m_openElements.back(),
+                       static_cast<unsigned long long>(kMaxElementTextChars));
   if (m_bInUnknownElement) return;
   if (m_currentCommand == xcFineGrained) {
     if (m_bFineGrainedXML) m_finegrainedText += XMLStr::ToVX(chars, length);
@@ -192,6 +212,8 @@ void QORLObjectManager::endCDATA() {
 }
 
 void QORLObjectManager::endElement(const XMLCh*, const XMLCh* localname, const XMLCh*) {
+  if (!m_openElements.empty()) m_openElements.pop_back();
+  m_textChars = 0;
   if (m_bInUnknownElement) {
     m_unknownHandler.endElement();
     if (m_unknownHandler.HandOverParsingToParent()) {
@@ -265,6 +287,8 @@ QORLObject* QORLObjectManager::GetParentObjectHandler() const {
 void QORLObjectManager::Cleanup() {
   m_objectHandlers.clear();
   m_treeLevel = 0;
+  m_openElements.clear();
+  m_textChars = 0;
   m_currentCommand = xcUnknown;
   m_bInUnknownElement = false;
   m_unknownHandler.Reset();

@@ -53,16 +53,29 @@ enum QORLCommandType : int16_t { xcDeclare = 0, xcDelete = 1, xcFineGrained = 2,
 
 class QORLObjectManager : public xercesc::DefaultHandler {
  public:
+  // Limits on what one document may ask of the load, checked before anything
+  // is converted: deeper nesting or longer values than any generated document
+  // has are refused rather than paid for. Lengths count UTF-16 units.
+  static constexpr size_t kMaxElementDepth = 256;
+  static constexpr XMLSize_t kMaxAttributeChars = XMLSize_t{1} << 20;
+  static constexpr XMLSize_t kMaxElementTextChars = XMLSize_t{64} << 20;
+
   QORLObjectManager(ARpGateway* pGateway, bool bIsTDFQORL, bool bDocumentContainsCommand, bool bIsValidTDFDepartmentalDir,
                     bool bGatherDeclaredObjects, bool bRenameDuplicatedObjects);
   ~QORLObjectManager() override;
 
   // ---- SAX ----
   void setDocumentLocator(const xercesc::Locator* locator) override { m_locator = locator; }
-  void resetDocument() override { m_treeLevel = 0; }
+  void resetDocument() override {
+    m_treeLevel = 0;
+    m_openElements.clear();
+    m_textChars = 0;
+  }
   void startElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname, const xercesc::Attributes& attrs) override;
   void characters(const XMLCh* chars, XMLSize_t length) override;
   void endElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname) override;
+  // Any DOCTYPE ends the parse here, before its subsets are read.
+  void startDTD(const XMLCh* name, const XMLCh* publicId, const XMLCh* systemId) override;
   void startCDATA() override;
   void endCDATA() override;
   void fatalError(const xercesc::SAXParseException& e) override;
@@ -161,7 +174,12 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   bool m_bIsPasswordError = false;
   bool m_bTDFObjectsWereRenamed = false;
   bool m_bInUnknownElement = false;
-  int16_t m_treeLevel = 0;
+  int m_treeLevel = 0;
+  // The names of all open elements, skipped ones included: their count is
+  // checked against kMaxElementDepth and the innermost names an overlong text.
+  std::vector<const VXString*> m_openElements;
+  // Characters of the current text run, against kMaxElementTextChars.
+  XMLSize_t m_textChars = 0;
   QORLCommandType m_currentCommand = xcUnknown;
   std::vector<QORLObject*> m_objectHandlers;
   QORLUnknownElementHandler m_unknownHandler;

@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <regex>
+#include <unistd.h>
 
 #include "gen/generator.h"
+#include "load/manager.h"
 #include "load/parser.h"
 #include "store/expr_store.h"
 #include "model/registry.h"
@@ -330,6 +333,92 @@ TEST(Load, AnExpressionThatDoesNotParseNamesItsLineAndObject) {
   EXPECT_TRUE(e.IsUnparsed());
   EXPECT_EQ(e.GetFormatText(), "\"db\".\"nope\"");
   EXPECT_EQ(log.Count(ServerLog::kError), 1u);
+}
+
+// Hostile documents are read from files, as the command reads them: the
+// parser then streams them, so even the large ones cost little beyond their
+// bytes on disk.
+TEST(Load, HostileDocumentsAreRefusedWithTheirLineAndChangeNothing) {
+  std::string dirTemplate = (std::filesystem::temp_directory_path() / "qorl_hostile_XXXXXX").string();
+  const std::filesystem::path dir = mkdtemp(dirTemplate.data());
+  const std::string xmlDecl = "<?xml version='1.0' encoding='UTF-8'?>\n";
+  const std::string body = "<Repository>\n<DECLARE>\n<Database name=\"new\">\n</Database>\n</DECLARE>\n</Repository>\n";
+  auto nested = [](const std::string& open, const std::string& close, size_t n, const std::string& sep) {
+    std::string s;
+    for (size_t i = 0; i < n; ++i) s += open + sep;
+    s += "<Database name=\"inner\">\n</Database>\n";
+    for (size_t i = 0; i < n; ++i) s += close + sep;
+    return s;
+  };
+  std::string bomb = "<!DOCTYPE Repository [\n<!ENTITY a0 \"lol\">\n";
+  for (int i = 1; i <= 9; ++i) {
+    bomb += "<!ENTITY a" + std::to_string(i) + " \"";
+    for (int k = 0; k < 10; ++k) bomb += "&a" + std::to_string(i - 1) + ";";
+    bomb += "\">\n";
+  }
+  bomb += "]>\n";
+
+  struct Case {
+    const char* what;
+    std::string doc;
+    unsigned long message;
+    std::string line;
+  };
+  const std::vector<Case> cases = {
+      {"internal subset", xmlDecl + "<!DOCTYPE Repository [\n<!ELEMENT Repository ANY>\n]>\n" + body, 92017, "Line 2:"},
+      {"external subset", xmlDecl + "<!DOCTYPE Repository SYSTEM \"/etc/passwd\">\n" + body, 92017, "Line 2:"},
+      {"entity bomb", xmlDecl + bomb + "<Repository>\n<DECLARE>\n<Database name=\"&a9;\">\n</Database>\n</DECLARE>\n</Repository>\n",
+       92017, "Line 2:"},
+      // Everything on line 4, inside DECLARE.
+      {"deep nesting", Doc(nested("<X>", "</X>", 100000, "")), 92018, "Line 4:"},
+      // One element a line from line 4 on, where the third level opens: the
+      // first element too deep is one line below the limit.
+      {"16-bit wrap", Doc("<Database name=\"outer\">\n" + nested("<X>", "</X>", 65537, "\n") + "</Database>\n"), 92018,
+       "Line " + std::to_string(QORLObjectManager::kMaxElementDepth + 2) + ":"},
+      {"long attribute",
+       Doc("<Database name=\"big\">\n</Database>\n<Database name=\"" +
+           std::string(QORLObjectManager::kMaxAttributeChars + 1, 'a') + "\">\n</Database>\n"),
+       92019, "Line 6:"},
+      // In an element that is skipped: the limit does not depend on who reads
+      // the text, and nothing converts it before the limit is met.
+      {"long text",
+       Doc("<Database name=\"big\">\n</Database>\n<Padding>" +
+           std::string(QORLObjectManager::kMaxElementTextChars + 1, 'a') + "</Padding>\n"),
+       92020, "Line 6:"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    auto rp = ARpGateway::CreateInMemory();
+    ASSERT_TRUE(Load(*rp, Doc("<Database name=\"kept\">\n</Database>\n")).ok);
+    const std::string before = Gen(*rp);
+    const std::string file = (dir / "hostile.xml").string();
+    std::ofstream(file, std::ios::binary) << c.doc;
+    LoadResult r;
+    VXString warnings;
+    r.ok = QORLParser::ExecuteTransactionalXML(rp.get(), {VXString(file)}, {}, r.err, warnings, r.created, r.modified,
+                                               r.deleted, QORLParser::QORLFile, true, true, false, false, false, false,
+                                               false);
+    EXPECT_FALSE(r.ok);
+    EXPECT_TRUE(r.err.Contains(c.message)) << r.Text().substr(0, 500);
+    EXPECT_NE(r.Text().find(c.line), std::string::npos) << r.Text().substr(0, 500);
+    EXPECT_NE(r.Text().find(file), std::string::npos) << r.Text().substr(0, 500);
+    EXPECT_TRUE(r.created.empty());
+    EXPECT_EQ(Gen(*rp), before);
+  }
+
+  // The limits themselves are allowed: the deepest nesting and the longest
+  // attribute load.
+  {
+    auto rp = ARpGateway::CreateInMemory();
+    // Repository, DECLARE and the Database are the first three levels.
+    std::string skipped;
+    for (size_t i = 3; i < QORLObjectManager::kMaxElementDepth; ++i) skipped = "<X>" + skipped + "</X>";
+    LoadResult r = Load(*rp, Doc("<Padding note=\"" + std::string(QORLObjectManager::kMaxAttributeChars, 'a') +
+                                 "\"/>\n<Database name=\"d\">\n" + skipped + "\n</Database>\n"));
+    EXPECT_TRUE(r.ok) << r.Text().substr(0, 500);
+    EXPECT_EQ(r.created.size(), 1u);
+  }
+  std::filesystem::remove_all(dir);
 }
 
 }  // namespace
