@@ -17,10 +17,8 @@ VXString PositionText(const ARpObject& o, const char* prop) {
   return VXString::FromInt(Coordinate(o, prop));
 }
 
-int32_t CoordinateFrom(const VXString* text) {
-  long long v;
-  if (!text || !BaseStringUtil::StringToInt(*text, v) || v < INT32_MIN || v > INT32_MAX) return 0;
-  return static_cast<int32_t>(v);
+int32_t CoordinateFrom(const NameValuePairs& all, std::u32string_view attr, ReadContext& ctx) {
+  return static_cast<int32_t>(IntAttr(all, attr, INT32_MIN, INT32_MAX, 0, ctx));
 }
 
 const VXTypeInfo& TypeInfo(const ARpObject& o, const Attr& row) {
@@ -31,9 +29,9 @@ const VXTypeInfo& TypeInfo(const ARpObject& o, const Attr& row) {
 
 const AttrHook kPositionX{
     [](const ARpObject& o, const Attr&, const WriteContext&) { return attr_hooks::PositionText(o, "diagramX"); },
-    [](ARpObject& o, const Attr&, const VXString* text, const NameValuePairs& all, ReadContext&) {
-      attr_hooks::Coordinate(o, "diagramX") = attr_hooks::CoordinateFrom(text);
-      attr_hooks::Coordinate(o, "diagramY") = attr_hooks::CoordinateFrom(all.Find(ATTR_Y));
+    [](ARpObject& o, const Attr&, const VXString*, const NameValuePairs& all, ReadContext& ctx) {
+      attr_hooks::Coordinate(o, "diagramX") = attr_hooks::CoordinateFrom(all, ATTR_X, ctx);
+      attr_hooks::Coordinate(o, "diagramY") = attr_hooks::CoordinateFrom(all, ATTR_Y, ctx);
     }};
 
 const AttrHook kPositionY{
@@ -46,7 +44,10 @@ const AttrHook kDataType{
       SUVXDataTypeUtility::GetSingleWordVXDataTypeName(attr_hooks::TypeInfo(o, row).dataType, name);
       return name;
     },
-    [](ARpObject& o, const Attr& row, const VXString*, const NameValuePairs& all, ReadContext&) {
+    [](ARpObject& o, const Attr& row, const VXString*, const NameValuePairs& all, ReadContext& ctx) {
+      // Only to report bad numbers: the type information leaves them at its default.
+      IntAttr(all, ATTR_PRECISION, INT32_MIN, INT32_MAX, 0, ctx);
+      IntAttr(all, ATTR_SCALE, INT16_MIN, INT16_MAX, 0, ctx);
       VXTypeInfo info;
       QORLUtil::ReadTypeInfo([&all](std::u32string_view n) { return all.Find(n); }, info);
       *static_cast<VXTypeInfo*>(FieldOf(o, row.prop)) = info;
@@ -69,5 +70,15 @@ const AttrHook kNullable{[](const ARpObject& o, const Attr& row, const WriteCont
                            return attr_hooks::TypeInfo(o, row).nullable ? VXString(U"true") : VXString();
                          },
                          nullptr, U"true"};
+
+long long IntAttr(const NameValuePairs& all, std::u32string_view attr, long long lo, long long hi, long long def,
+                  ReadContext& ctx) {
+  const VXString* text = all.Find(attr);
+  if (!text) return def;
+  long long v;
+  if (BaseStringUtil::StringToInt(*text, v) && v >= lo && v <= hi) return v;
+  ctx.BadNumber(attr, *text);
+  return def;
+}
 
 }  // namespace qorl::elements::hooks

@@ -16,4 +16,9 @@ extern const AttrHook kScale;
 extern const AttrHook kPrecision;
 extern const AttrHook kNullable;
 
+// The integer attribute `attr` of `all` within [lo, hi]; `def` when it is
+// absent, and also, after ctx.BadNumber, when its text is not such a number.
+long long IntAttr(const NameValuePairs& all, std::u32string_view attr, long long lo, long long hi, long long def,
+                  ReadContext& ctx);
+
 }  // namespace qorl::elements::hooks

@@ -199,6 +199,9 @@ class ReadContext {
   // The line the parser is at: a child element's own.
   virtual int ParserLine() const = 0;
   virtual bool IgnoreErrors() const = 0;
+  // Text of the attribute `attr` that is not a number in range: an error, or
+  // a logged one when the load ignores errors. The caller takes the default.
+  virtual void BadNumber(std::u32string_view attr, const VXString& text) = 0;
   // An encrypted text of the document, decrypted with the load's passwords or
   // the repository key; a failure is the load's password error.
   virtual void DecryptPassword(const VXString& text, ByteVector& out) = 0;

@@ -1,6 +1,7 @@
 // Databases, connection pools, catalogs, schemas and display folders.
 #include <cstdio>
 
+#include "elements/attr_hooks.h"
 #include "elements/child_codecs.h"
 #include "elements/families.h"
 #include "elements/fragments.h"
@@ -39,9 +40,9 @@ const AttrHook kDbType{
     [](const ARpObject& o, const Attr& row, const WriteContext&) {
       return QORLUtility::GetStringFromDBType(Member<int32_t>(o, row.prop));
     },
-    [](ARpObject& o, const Attr& row, const VXString* text, const NameValuePairs& all, ReadContext&) {
+    [](ARpObject& o, const Attr& row, const VXString* text, const NameValuePairs& all, ReadContext& ctx) {
       bool notFound = false;
-      int id = static_cast<int>(IntFrom(all.Find(ATTR_DB_TYPEID), 0));
+      int id = static_cast<int>(hooks::IntAttr(all, ATTR_DB_TYPEID, INT32_MIN, INT32_MAX, 0, ctx));
       Member<int32_t>(o, row.prop) = QORLUtility::GetDBTypeFromString(TextFrom(text), notFound, id);
     }};
 
@@ -61,8 +62,8 @@ const AttrHook kCliType{
     [](const ARpObject& o, const Attr& row, const WriteContext&) {
       return QORLUtility::GetStringFromCliType(Member<int32_t>(o, row.prop));
     },
-    [](ARpObject& o, const Attr& row, const VXString* text, const NameValuePairs& all, ReadContext&) {
-      int id = static_cast<int>(IntFrom(all.Find(ATTR_CLI_TYPEID), 0));
+    [](ARpObject& o, const Attr& row, const VXString* text, const NameValuePairs& all, ReadContext& ctx) {
+      int id = static_cast<int>(hooks::IntAttr(all, ATTR_CLI_TYPEID, INT32_MIN, INT32_MAX, 0, ctx));
       Member<int32_t>(o, row.prop) = QORLUtility::GetCliTypeFromString(TextFrom(text), id);
     }};
 

@@ -5,6 +5,7 @@
 #include "load/manager.h"
 #include "model/registry.h"
 #include "model/vocabulary.h"
+#include "platform/datablob.h"
 #include "platform/error.h"
 #include "platform/strutil.h"
 #include "store/expr_store.h"
@@ -206,6 +207,7 @@ void QORLElementHandler::ReadAttributes(ARpObject& obj) {
     if (text && ValueFromText(*row.codec, *text, field)) continue;
     if (text && row.codec->badText)
       ThrowOrLogError(ErrorMessage(row.codec->badText, GetObjTagLineNumber(), *text), !IgnoreErrors());
+    else if (text && IsNumeric(*row.codec)) BadNumber(row.name, *text);
     // Absent: the row's default, else what the codec makes of no text (an
     // enumeration's own default), else the zero of the field.
     if (!ValueFromText(*row.codec, VXString(row.def ? row.def : U""), field)) ValueClear(*row.codec, field);
@@ -313,6 +315,24 @@ VXString QORLElementHandler::GetUniqueIdentifier() {
 // ---- what hooks and child codecs see ----
 
 bool QORLElementHandler::IgnoreErrors() const { return m_pManager->IgnoreErrors(); }
+
+void QORLElementHandler::BadNumber(std::u32string_view attr, const VXString& text) {
+  ThrowOrLogError(ErrorMessage(99023, GetObjTagLineNumber(), VXString(attr), text, VXString(m_binding.desc->tag)),
+                  !IgnoreErrors());
+}
+
+void QORLElementHandler::DecryptPassword(const VXString& text, ByteVector& out) {
+  // Text without a blank is the store's own hexadecimal form; anything else
+  // there is a clear password typed into the document, which we never keep.
+  ByteVector bytes;
+  if (text.find(U' ') == VXString::npos && !DataBlobUtil::HexVXStringToByteVector(text, bytes)) {
+    out.clear();
+    m_pManager->PasswordError(
+        ErrorMessage(99024, GetObjTagLineNumber(), VXString(m_binding.desc->tag), DisplayName()));
+    return;
+  }
+  DecryptAESPassword(text, out);
+}
 
 QORLObjectStub* QORLElementHandler::Reference(TypeID type, const NameValuePairs& attrs) {
   return ProcessRefObject(type, attrs);

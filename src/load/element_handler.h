@@ -29,7 +29,8 @@ class QORLElementHandler : public QORLObject, public elements::ReadContext {
   int ElementLine() const override { return GetObjTagLineNumber(); }
   int ParserLine() const override { return CurrentLine(); }
   bool IgnoreErrors() const override;
-  void DecryptPassword(const VXString& text, ByteVector& out) override { DecryptAESPassword(text, out); }
+  void BadNumber(std::u32string_view attr, const VXString& text) override;
+  void DecryptPassword(const VXString& text, ByteVector& out) override;
   QORLObjectStub* Reference(TypeID type, const NameValuePairs& attrs) override;
   void Resolve(QORLObjectStub*& stub) override;
   RefARpObject ObjectOf(const QORLObjectStub* stub) const override;

@@ -853,6 +853,12 @@ void QORLObjectManager::DecryptAESPassword(const VXString& objectName, const VXS
   ServerLog::LogMessage(false, 28034, 1, objectName);
 }
 
+void QORLObjectManager::PasswordError(const ErrorMessage& e) {
+  m_bIsPasswordError = true;
+  if (m_bExitOnPasswordError) ThrowOrLogError(e, !m_bIgnoreQORLErrors);
+  else ServerLog::LogWarning(e.GetText(), 1);
+}
+
 bool QORLObjectManager::PasswordsCanBeDecrypted(const VXString& password, const VXString& aes) {
   if (aes.find(U' ') == VXString::npos) return true;
   ByteVector scratch;

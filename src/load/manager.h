@@ -135,6 +135,9 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   RefARpObject GetVLTObjectByUID(const VXUpgradeID& uid) const;
   bool ParseMetaExpr(int lineNumber, const VXString& text, Expr& expr, const RefARpObject& contextObject, ExprType type);
   void DecryptAESPassword(const VXString& objectName, const VXString& aes, ByteVector& bytes);
+  // A password the document cannot give: fails the load, or only warns when
+  // password errors are set not to stop it.
+  void PasswordError(const ErrorMessage& e);
   QORLObject* GetParentObjectHandler() const;
   // Hands the error to the entry point, or logs it when errors are ignored.
   void ThrowOrLog(const ErrorMessage& e, bool bThrow);

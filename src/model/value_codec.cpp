@@ -94,7 +94,8 @@ bool ValueFromText(const ValueCodec& codec, const VXString& text, void* field) {
     case FieldType::UInt32: return value_codec::ReadInteger<uint32_t>(text, field);
     case FieldType::Double: {
       double d;
-      if (!BaseStringUtil::StringToDouble(text, d)) return false;
+      // inf and nan parse, but no attribute means them and they do not round-trip.
+      if (!BaseStringUtil::StringToDouble(text, d) || !std::isfinite(d)) return false;
       *static_cast<double*>(field) = d;
       return true;
     }
@@ -102,6 +103,17 @@ bool ValueFromText(const ValueCodec& codec, const VXString& text, void* field) {
     case FieldType::DateTime: break;
   }
   return false;
+}
+
+bool IsNumeric(const ValueCodec& codec) {
+  switch (codec.field) {
+    case FieldType::Int16:
+    case FieldType::UInt16:
+    case FieldType::Int32:
+    case FieldType::UInt32:
+    case FieldType::Double: return true;
+    default: return false;
+  }
 }
 
 void ValueClear(const ValueCodec& codec, void* field) {

@@ -36,6 +36,8 @@ VXString ValueToText(const ValueCodec& codec, const void* field);
 // Sets the member from text. False, with the member untouched, when the text is
 // not a value of the codec; a flag that is not "true" reads as false.
 bool ValueFromText(const ValueCodec& codec, const VXString& text, void* field);
+// Numbers: integers of every width and doubles (a count too).
+bool IsNumeric(const ValueCodec& codec);
 // The member's zero: empty text, false, 0.
 void ValueClear(const ValueCodec& codec, void* field);
 // sizeof the member a codec expects.

@@ -87,6 +87,8 @@ constexpr MessageDef kMessageCatalogue[] = {
     {99020, "There are %1 passwords for %2 documents; give one password for each document, in order."},
     {99021, "The repository %1 is closed."},
     {99022, "Writing the document to the output stream failed."},
+    {99023, "Line %1: the attribute %2=\"%3\" of <%4> is not a number in range; the default is taken."},
+    {99024, "Line %1: the password of <%2> %3 is neither hexadecimal nor an encrypted value; the password is left empty."},
 };
 
 constexpr bool IsMessageCatalogueOrdered() {

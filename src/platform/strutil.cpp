@@ -18,12 +18,17 @@ inline const char32_t* EntityFor(char32_t c) {
     case U'>': return U"&gt;";
     case U'"': return U"&quot;";
     case U'\'': return U"&apos;";
+    // A parser turns raw line feeds, returns and tabs in an attribute into
+    // blanks; as references they come back as written.
+    case U'\n': return U"&#10;";
+    case U'\r': return U"&#13;";
+    case U'\t': return U"&#9;";
     default: return nullptr;
   }
 }
 
 inline bool IsReserved(char32_t c) {
-  return c == U'&' || c == U'<' || c == U'>' || c == U'"' || c == U'\'';
+  return c == U'&' || c == U'<' || c == U'>' || c == U'"' || c == U'\'' || c == U'\n' || c == U'\r' || c == U'\t';
 }
 
 // Text of a number for std::from_chars: ASCII only, bounded length.
@@ -103,6 +108,9 @@ void AppendEscapedXML(std::string& utf8Out, std::u32string_view text) {
       case U'>': utf8Out.append("&gt;", 4); break;
       case U'"': utf8Out.append("&quot;", 6); break;
       case U'\'': utf8Out.append("&apos;", 6); break;
+      case U'\n': utf8Out.append("&#10;", 5); break;
+      case U'\r': utf8Out.append("&#13;", 5); break;
+      case U'\t': utf8Out.append("&#9;", 4); break;
       default: utf8Out.push_back(static_cast<char>(c));
     }
   }

@@ -10,7 +10,8 @@
 namespace qorl {
 namespace BaseStringUtil {
 
-// Replaces & < > " ' by their character entities. Text with nothing to
+// Replaces & < > " ' by their character entities, and line feed, return and
+// tab by character references, so an attribute value keeps them. Text with nothing to
 // escape (nearly all of it) comes back as the same shared buffer.
 VXString EscapeXMLChars(const VXString& text);
 // The same escaping, appended to UTF-8 output without a VXString in between.

@@ -101,6 +101,10 @@ class SampleContext : public ReadContext {
     out.assign(clear.begin(), clear.end());
   }
   bool IgnoreErrors() const override { return false; }
+  // Every sample is a number in range.
+  void BadNumber(std::u32string_view attr, const VXString& text) override {
+    ADD_FAILURE() << VXString(attr).ToUTF8() << "=" << text.ToUTF8();
+  }
   QORLObjectStub* Reference(TypeID, const NameValuePairs&) override { return nullptr; }
   void Resolve(QORLObjectStub*&) override {}
   RefARpObject ObjectOf(const QORLObjectStub*) const override { return {}; }

@@ -14,6 +14,7 @@
 #include "platform/guid.h"
 #include "platform/serverlog.h"
 #include "store/metadata_util.h"
+#include "store/physical_sources.h"
 
 namespace qorl {
 namespace {
@@ -135,6 +136,64 @@ TEST(Load, BadDocumentsNameTheLineAndStopTheLoad) {
     EXPECT_TRUE(r.err.Contains(c.message)) << r.Text();
     EXPECT_NE(r.Text().find(c.fragment), std::string::npos) << r.Text();
   }
+}
+
+TEST(Load, TextThatIsNotANumberInRangeIsAnErrorNamingTheAttribute) {
+  const std::string db = "<Database name=\"d\">\n</Database>\n";  // lines 4-5
+  const std::string pool = "<ConnectionPool name=\"p\" parentName=\"&quot;d&quot;\" ";
+  const std::string table = "<PhysicalTable name=\"T\" parentName=\"&quot;d&quot;.&quot;&quot;.&quot;&quot;\" ";
+  const std::string column =
+      "<PhysicalColumn name=\"c\" parentName=\"&quot;d&quot;.&quot;&quot;.&quot;&quot;.&quot;T&quot;\" ";
+  struct Case {
+    std::string declare;
+    std::string attr;
+    std::string line;
+  };
+  const std::vector<Case> cases = {
+      {db + pool + "timeout=\"99999999999999999999999\">\n</ConnectionPool>\n", "timeout", "Line 6"},
+      {db + pool + "maxConn=\"2147483648\">\n</ConnectionPool>\n", "maxConn", "Line 6"},
+      {db + pool + "maxConnDiff=\"abc\">\n</ConnectionPool>\n", "maxConnDiff", "Line 6"},
+      {db + pool + "timeout=\"\">\n</ConnectionPool>\n", "timeout", "Line 6"},
+      {db + pool + "cliTypeId=\"12x\">\n</ConnectionPool>\n", "cliTypeId", "Line 6"},
+      {"<Database name=\"d\" dbFlag=\"-1\">\n</Database>\n", "dbFlag", "Line 4"},
+      {"<Database name=\"d\" dbTypeId=\"1.0\">\n</Database>\n", "dbTypeId", "Line 4"},
+      {db + table + "rowCount=\"1e400\">\n</PhysicalTable>\n", "rowCount", "Line 6"},
+      {db + table + "rowCount=\"inf\">\n</PhysicalTable>\n", "rowCount", "Line 6"},
+      {db + table + "rowCount=\"nan\">\n</PhysicalTable>\n", "rowCount", "Line 6"},
+      {db + table + "x=\"5\" y=\"-2147483649\">\n</PhysicalTable>\n", "y", "Line 6"},
+      {db + table + ">\n</PhysicalTable>\n" + column + "dataType=\"INT\" scale=\"40000\">\n</PhysicalColumn>\n",
+       "scale", "Line 8"},
+      {db + table + ">\n</PhysicalTable>\n" + column + "dataType=\"INT\" precision=\"1.5\">\n</PhysicalColumn>\n",
+       "precision", "Line 8"},
+  };
+  for (const Case& c : cases) {
+    auto rp = ARpGateway::CreateInMemory();
+    LoadResult r = Load(*rp, Doc(c.declare));
+    EXPECT_FALSE(r.ok) << c.declare;
+    EXPECT_TRUE(r.err.Contains(99023)) << c.declare << r.Text();
+    EXPECT_NE(r.Text().find(c.line), std::string::npos) << r.Text();
+    EXPECT_NE(r.Text().find(" " + c.attr + "=\""), std::string::npos) << r.Text();
+  }
+  // Ignoring errors, the default is taken and the rest is loaded.
+  auto rp = ARpGateway::CreateInMemory();
+  LoadResult r = Load(*rp, Doc(db + pool + "maxConn=\"4294967297\" timeout=\"7\">\n</ConnectionPool>\n"), true);
+  ASSERT_TRUE(r.ok) << r.Text();
+  RefAConnectionPool p(rp->FindByQualifiedName(kTIDAConnectionPool, {"d", "p"}));
+  ASSERT_FALSE(p.IsNullRef());
+  EXPECT_EQ(p->GetMaxConnections(), 10);
+  EXPECT_EQ(p->GetTimeout(), 7);
+}
+
+TEST(Load, LineFeedsReturnsAndTabsInANameSurviveARoundTrip) {
+  auto src = ARpGateway::CreateInMemory("pw");
+  ASSERT_TRUE(Load(*src, Doc("<Database name=\"a&#10;b&#13;c&#9;d\">\n</Database>\n")).ok);
+  ASSERT_FALSE(src->FindByQualifiedName(kTIDADatabase, {VXString(U"a\nb\rc\td")}).IsNullRef());
+  const std::string first = Gen(*src);
+  auto dst = ARpGateway::CreateInMemory("other");
+  LoadResult r = Load(*dst, first, false, false, {"pw"});
+  ASSERT_TRUE(r.ok) << r.Text();
+  EXPECT_FALSE(dst->FindByQualifiedName(kTIDADatabase, {VXString(U"a\nb\rc\td")}).IsNullRef());
+  EXPECT_EQ(WithoutStoreIds(Gen(*dst)), WithoutStoreIds(first));
 }
 
 TEST(Load, AReferenceToAnObjectTheDocumentDeletesFails) {

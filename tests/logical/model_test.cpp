@@ -615,7 +615,7 @@ TEST(LogicalModel, MalformedValues) {
     auto [store, r] = loadOne("<LogicalKey name=\"k\" parentName=\"" + LmodQ({"BM", "nowhere"}) + "\">\n</LogicalKey>\n");
     EXPECT_TRUE(r.err.Contains(92006)) << r.Text();
   }
-  // Texts no codec knows take their default; a bad multiplicity is unset.
+  // Texts no codec knows take their default (bad numbers after an error); a bad multiplicity is unset.
   {
     auto [store, r] = loadOne(
         "<BusinessModel name=\"BM\" isClassicStar=\"yes\" isAvailable=\"no\">\n</BusinessModel>\n"
@@ -623,7 +623,8 @@ TEST(LogicalModel, MalformedValues) {
         "</LogicalTable>\n"
         "<LogicalForeignKey name=\"fk\"" + tparent + " type=\"Sideways\">\n</LogicalForeignKey>\n"
         "<LogicalComplexJoin name=\"j\" type=\"leftouter\">\n<Roles>\n<Role multiplicity=\"many\" isAggregate=\"maybe\">\n"
-        "<RefLogicalTable/>\n<RefLogicalLevel/>\n</Role>\n<Role multiplicity=\"5..2\"/>\n</Roles>\n</LogicalComplexJoin>\n");
+        "<RefLogicalTable/>\n<RefLogicalLevel/>\n</Role>\n<Role multiplicity=\"5..2\"/>\n</Roles>\n</LogicalComplexJoin>\n",
+        true);  // bad x and y are errors, ignored here
     ASSERT_TRUE(r.ok) << r.Text();
     auto bm = store->Find<ASubjectArea>(kTIDASubjectArea, {"BM"});
     EXPECT_FALSE(bm->IsLogicalClassicStarSchema());

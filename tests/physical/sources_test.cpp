@@ -537,6 +537,35 @@ TEST(PhysicalSources, PoolPasswordsDecryptWithTheRepositoryKeyOrTheGivenPassword
   }
 }
 
+TEST(PhysicalSources, AClearTextPoolPasswordIsAPasswordError) {
+  const std::string doc = PsrcDoc(
+      "<Database name=\"d\">\n</Database>\n"
+      "<ConnectionPool name=\"p\" parentName=\"&quot;d&quot;\" password=\"secret\">\n</ConnectionPool>\n");
+  {
+    auto dst = ARpGateway::CreateInMemory("other");
+    PsrcLoad r = PsrcLoadText(*dst, doc);
+    EXPECT_FALSE(r.ok);
+    EXPECT_TRUE(r.err.Contains(99024)) << r.Text();
+    EXPECT_NE(r.Text().find("Line 6"), std::string::npos) << r.Text();
+    EXPECT_NE(r.Text().find("<ConnectionPool>"), std::string::npos) << r.Text();
+  }
+  {
+    // Password errors set to warn: the pool is made without a password and the log says why.
+    auto dst = ARpGateway::CreateInMemory("other");
+    ServerLogCapture log;
+    ErrorMessage err;
+    VXString warnings;
+    VoidIDVector created, modified, deleted;
+    QORLParser::ExecuteTransactionalXML(dst.get(), {VXString(doc)}, {}, err, warnings, created, modified, deleted,
+                                        QORLParser::QORLText, true, false, false, false, false, false, false);
+    EXPECT_FALSE(err.Contains(99024));
+    EXPECT_TRUE(log.Contains(ServerLog::kWarning, "Line 6")) << "99024 is logged";
+    RefAConnectionPool p(dst->FindByQualifiedName(kTIDAConnectionPool, {"d", "p"}));
+    ASSERT_FALSE(p.IsNullRef());
+    EXPECT_TRUE(p->GetEncryptedPassword().empty());
+  }
+}
+
 TEST(PhysicalSources, HiddenPasswordsAndSkippedCredentials) {
   auto rp = ARpGateway::CreateInMemory("pw");
   PsrcOutside out = PsrcMakeOutside(*rp);

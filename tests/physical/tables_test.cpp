@@ -469,14 +469,16 @@ TEST(PhysicalTables, MalformedValues) {
         "</PhysicalTable>\n");
     EXPECT_TRUE(r.err.Contains(92006)) << r.Text();
   }
-  // Texts no codec knows take the codec's default; bad numbers their field's.
+  // Texts no codec knows take the codec's default; bad numbers their field's,
+  // after an error each that ignoring errors leaves in the log.
   {
     auto [store, r] = loadOne(
         "<PhysicalTable name=\"X\" parentName=\"&quot;d&quot;.&quot;&quot;.&quot;&quot;\" type=\"view\" pollFreq=\"often\" maxConn=\"-3\" "
         "isCacheable=\"maybe\">\n</PhysicalTable>\n"
         "<PhysicalColumn name=\"c\" parentName=\"&quot;d&quot;.&quot;&quot;.&quot;&quot;.&quot;T&quot;\" dataType=\"TEXT\" precision=\"wide\" "
         "scale=\"99999\" valueType=\"ONE TO MANY\" specialType=\"LUD\">\n</PhysicalColumn>\n"
-        "<ComplexJoin name=\"j\" cardinality=\"many\">\n</ComplexJoin>\n");
+        "<ComplexJoin name=\"j\" cardinality=\"many\">\n</ComplexJoin>\n",
+        true);
     ASSERT_TRUE(r.ok) << r.Text();
     auto x = store->Find<ATable>(kTIDATable, {"d", "", "", "X"});
     EXPECT_EQ(x->GetTableType(), QORLUtility::kTableTypeNone);
