@@ -41,6 +41,7 @@ Binding Bind(const Description& d) {
       Fail(d, "attribute without property or hook:", VXString(a.name).ToUTF8().c_str());
     }
     b.attrProps.push_back(p);
+    b.attrDefaults.emplace_back(a.def ? a.def : U"");
   }
   b.plainTags.resize(d.parts.size());
   for (size_t i = 0; i < d.parts.size(); ++i) {

@@ -14,6 +14,7 @@ struct Binding {
   const Description* desc = nullptr;
   const AMetaClass* cls = nullptr;
   std::vector<const PropDesc*> attrProps;  // per attribute row; null for hooks without one
+  std::vector<VXString> attrDefaults;      // per attribute row: the text an absent attribute reads as
   std::vector<const PropDesc*> partProps;  // per part; null where the part has none
   // Child tag to part index: wrappers, "Ref..." tags of plain references and
   // the three expression tags of an in-place expression.

@@ -23,6 +23,15 @@ void CloseLine(VXString& s, std::u32string_view tag) {
   s += S_NEWLINE;
 }
 
+bool OpenUnlessEmpty(VXString& s, bool present, std::u32string_view tag, WriteContext& ctx) {
+  if (!QORLUtil::IsEmptyElementFragmentNotGenerated(present, true, s, ctx.Options(), tag)) {
+    ctx.Print(s);
+    return false;
+  }
+  OpenLine(s, tag);
+  return true;
+}
+
 namespace child_codecs {
 
 using DbMap = std::map<int, VXString>;
@@ -71,11 +80,7 @@ class DbMapCodec : public ChildCodec {
   void Write(const ARpObject&, const void* field, std::u32string_view tag, WriteContext& ctx) const override {
     const DbMap& map = *static_cast<const DbMap*>(field);
     VXString s;
-    if (!QORLUtil::IsEmptyElementFragmentNotGenerated(!map.empty(), true, s, ctx.Options(), tag)) {
-      ctx.Print(s);
-      return;
-    }
-    OpenLine(s, tag);
+    if (!OpenUnlessEmpty(s, !map.empty(), tag, ctx)) return;
     for (const auto& [type, text] : map) {
       s += S_LT;
       s += TAG_ITEM;
@@ -125,11 +130,7 @@ class PropertiesCodec : public ChildCodec {
   void Write(const ARpObject&, const void* field, std::u32string_view tag, WriteContext& ctx) const override {
     const Properties& map = *static_cast<const Properties*>(field);
     VXString s;
-    if (!QORLUtil::IsEmptyElementFragmentNotGenerated(!map.empty(), true, s, ctx.Options(), tag)) {
-      ctx.Print(s);
-      return;
-    }
-    OpenLine(s, tag);
+    if (!OpenUnlessEmpty(s, !map.empty(), tag, ctx)) return;
     for (const auto& [name, value] : map) {
       s += S_LT;
       s += TAG_PROPERTY;

@@ -317,12 +317,8 @@ class PropertyGroupsCodec : public ChildCodec {
     const FlatProperties& groups = *static_cast<const FlatProperties*>(field);
     const int options = ctx.Options();
     VXString s;
-    if (!QORLUtil::IsEmptyElementFragmentNotGenerated(!groups.empty(), true, s, options, tag)) {
-      ctx.Print(s);
-      return;
-    }
+    if (!children::OpenUnlessEmpty(s, !groups.empty(), tag, ctx)) return;
     const bool dummy = options & kGenDummyUID;
-    children::OpenLine(s, tag);
     for (const auto& [category, flat] : groups) {
       SUPropertiesTable table;
       table.FromFlatVector(flat);
@@ -403,11 +399,7 @@ class ConfigParamsCodec : public ChildCodec {
   void Write(const ARpObject&, const void* field, std::u32string_view tag, WriteContext& ctx) const override {
     const ConfigParamVector& params = *static_cast<const ConfigParamVector*>(field);
     VXString s;
-    if (!QORLUtil::IsEmptyElementFragmentNotGenerated(!params.empty(), true, s, ctx.Options(), tag)) {
-      ctx.Print(s);
-      return;
-    }
-    children::OpenLine(s, tag);
+    if (!children::OpenUnlessEmpty(s, !params.empty(), tag, ctx)) return;
     for (const auto& [name, value] : params) {
       s += S_LT;
       s += TAG_CONFIG_PARAMETER;

@@ -70,12 +70,8 @@ class ReplicationCodec : public ChildCodec {
     const_cast<ATable&>(static_cast<const ATable&>(obj)).CleanReplicationMap();
     const ReplicationMap& map = *static_cast<const ReplicationMap*>(field);
     VXString s;
-    if (!QORLUtil::IsEmptyElementFragmentNotGenerated(!map.empty(), true, s, ctx.Options(), tag)) {
-      ctx.Print(s);
-      return;
-    }
+    if (!children::OpenUnlessEmpty(s, !map.empty(), tag, ctx)) return;
     ARpGateway* rp = ctx.Gateway();
-    children::OpenLine(s, tag);
     for (const auto& [key, text] : map) {
       VoidIDVector ids;
       key.CollectIDs(ids, false);

@@ -210,7 +210,7 @@ void QORLElementHandler::ReadAttributes(ARpObject& obj) {
     else if (text && IsNumeric(*row.codec)) BadNumber(row.name, *text);
     // Absent: the row's default, else what the codec makes of no text (an
     // enumeration's own default), else the zero of the field.
-    if (!ValueFromText(*row.codec, VXString(row.def ? row.def : U""), field)) ValueClear(*row.codec, field);
+    if (!ValueFromText(*row.codec, m_binding.attrDefaults[i], field)) ValueClear(*row.codec, field);
   }
   MarkObjectDirty(obj);
 }
