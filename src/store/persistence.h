@@ -15,7 +15,9 @@ namespace qorl {
 
 class Persistence {
  public:
-  static constexpr int kFormatVersion = 1;
+  // 2: the key check carries the key-derivation count, in a form version 1
+  // readers cannot read; they say the file is newer instead of "wrong password".
+  static constexpr int kFormatVersion = 2;
 
   ~Persistence();
   // Makes a new file; throws ErrorMessage if it exists or cannot be made.

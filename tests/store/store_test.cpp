@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "platform/crypto.h"
 #include "platform/error.h"
 #include "store/conditions.h"
 #include "store/gateway.h"
@@ -331,6 +332,56 @@ TEST_F(StoreFile, PasswordsEncryptedWithOneRepositoryKey) {
   EXPECT_TRUE(MetadataUtil::DecryptAESPassword(VXString("gamma"), moved, out));
   EXPECT_EQ(out, secret);
   EXPECT_FALSE(MetadataUtil::GetNewAESString("wrong", text, "gamma", moved));
+}
+
+TEST_F(StoreFile, TheRepositoryKeepsItsKeyCountAndOlderRepositoriesStillOpen) {
+  const ByteVector secret{'p', 'w'};
+  const uint32_t now = crypto::NewKeyIterations(), then = now + 500;
+  VXString text;
+  crypto::detail::SetNewKeyIterationsForTests(then);
+  {
+    auto a = ARpGateway::Create(path, "alpha");
+    text = ARpGateway::AESEncryptPassword(a.get(), secret);
+  }
+  crypto::detail::SetNewKeyIterationsForTests(now);
+  {
+    // Opened while new keys get another count: the file's own count is used,
+    // so its texts decrypt and new ones are written as before.
+    auto a = ARpGateway::Open(path, "alpha");
+    ByteVector out;
+    ASSERT_TRUE(MetadataUtil::DecryptAESPassword(a.get(), text, out));
+    EXPECT_EQ(out, secret);
+    EXPECT_EQ(ARpGateway::AESEncryptPassword(a.get(), secret), text);
+    // Another repository under the same password, and another count, reads it through the password.
+    auto b = ARpGateway::CreateInMemory("alpha");
+    EXPECT_FALSE(MetadataUtil::DecryptAESPassword(b.get(), text, out));
+    EXPECT_TRUE(MetadataUtil::DecryptAESPassword(VXString("alpha"), text, out));
+    EXPECT_EQ(out, secret);
+  }
+
+  // A repository whose key check is of version 1 (salt 100..115, password
+  // "old password") opens, reads its old texts with its own key and writes new ones.
+  std::filesystem::remove(path.ToUTF8());
+  ARpGateway::Create(path, "old password");
+  const std::string v1Check =
+      "AES256 AWRlZmdoaWprbG1ub3BxcnMAAQIDBAUGBwgJCgtBEoN1jRkib8odJFFqkIXgOxV+ARv4ioXbXjK0Q2Yp7WeYiCkGWoY9Vw==";
+  const VXString v1Text("AES256 AWRlZmdoaWprbG1ub3BxcnMMDQ4PEBESExQVFhfIVMGBRWxQ+PAvDlATj1F4P0ydsA7aJ56EkPkRCCensqTK");
+  ASSERT_EQ(std::system(("sqlite3 '" + path.ToUTF8() + "' \"UPDATE qorl_meta SET value=CAST('" + v1Check +
+                         "' AS BLOB) WHERE key='keycheck'\"")
+                            .c_str()),
+            0);
+  EXPECT_EQ(ErrorOf([&] { ARpGateway::Open(path, "alpha"); }), 99002u);
+  auto old = ARpGateway::Open(path, "old password");
+  ByteVector out;
+  ASSERT_TRUE(MetadataUtil::DecryptAESPassword(old.get(), v1Text, out));
+  EXPECT_EQ(out, ByteVector({'l', 'e', 'g', 'a', 'c', 'y', ' ', 'p', 'o', 'o', 'l', ' ', 's', 'e', 'c', 'r', 'e', 't'}));
+  VXString fresh = ARpGateway::AESEncryptPassword(old.get(), secret);
+  crypto::TextHeader h;
+  ASSERT_TRUE(crypto::ReadHeader(fresh, h));
+  EXPECT_EQ(h.version, 2);
+  ASSERT_TRUE(MetadataUtil::DecryptAESPassword(old.get(), fresh, out));
+  EXPECT_TRUE(MetadataUtil::DecryptAESPassword(VXString("old password"), fresh, out));
+  EXPECT_EQ(out, secret);
 }
 
 TEST(Store, UniqueNamesAvoidSiblings) {
