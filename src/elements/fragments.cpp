@@ -41,7 +41,7 @@ VXString QORLUtil::GetBaseRpObjectXMLAttributes(const RefARpObject& object, bool
   if (!o) return s;
   VXString name = o->GetName();
   if (bGenerateUpGradeID && !name.empty() && IsInternalAccount(*o))
-    name = ARpGateway::AESEncryptPassword(o->GetGateway(), DataBlobUtil::ToByteVector(name));
+    name = ARpGateway::AESEncryptPassword(o->GetGateway(), DataBlobUtil::ToByteVector(name), o->GetID());
   AppendAttr(s, ATTR_NAME, name);
   if (o->GetIconIndex() != 0) AppendIntAttr(s, ATTR_ICON_INDEX, o->GetIconIndex());
   AppendFlagIfFalse(s, ATTR_IS_DEF_READABLE, o->IsDefaultReadable());

@@ -97,7 +97,7 @@ const AttrHook kPassword{
     [](const ARpObject& o, const Attr& row, const WriteContext& ctx) {
       if (ctx.HidingPoolPassword()) return VXString();
       ByteVector bytes = ctx.SkippingCredentials() ? ByteVector() : Member<ByteVector>(o, row.prop);
-      return ARpGateway::AESEncryptPassword(ctx.Gateway(), bytes);
+      return ARpGateway::AESEncryptPassword(ctx.Gateway(), bytes, o.GetID());
     },
     [](ARpObject& o, const Attr& row, const VXString* text, const NameValuePairs&, ReadContext& ctx) {
       // A document that hides the password leaves the stored one alone.

@@ -350,6 +350,13 @@ VXString ARpGateway::AESEncryptPassword(ARpGateway* rp, const ByteVector& clear)
   return crypto::EncryptToText(*rp->m_key, clear);
 }
 
+VXString ARpGateway::AESEncryptPassword(ARpGateway* rp, const ByteVector& clear, const VoidID& owner) {
+  ByteVector context(8);
+  uint64_t k = owner.Key();
+  for (size_t i = 0; i < 8; ++i) context[i] = static_cast<uint8_t>(k >> (56 - 8 * i));
+  return crypto::EncryptToText(*rp->m_key, clear, context);
+}
+
 bool ARpGateway::DecryptWithRepositoryKey(const VXString& aes, ByteVector& clear) const {
   return crypto::DecryptText(*m_key, aes, clear);
 }

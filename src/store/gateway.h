@@ -54,6 +54,9 @@ class ARpGateway {
   void SetRepositoryProperty(int id, const ByteVector& value);
   static void FixMandatorySecurityObjects(ARpGateway* rp);
   static VXString AESEncryptPassword(ARpGateway* rp, const ByteVector& clear);
+  // The same, for a secret held by `owner`: equal secrets of two objects give
+  // unrelated texts, while one object's secret keeps its text.
+  static VXString AESEncryptPassword(ARpGateway* rp, const ByteVector& clear, const VoidID& owner);
   bool DecryptWithRepositoryKey(const VXString& aes, ByteVector& clear) const;
 
   // Fast paths for the layer's own indexes and walks.

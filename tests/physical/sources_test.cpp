@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <regex>
@@ -535,6 +536,47 @@ TEST(PhysicalSources, PoolPasswordsDecryptWithTheRepositoryKeyOrTheGivenPassword
     EXPECT_FALSE(QORLParser::IsPasswordCorrect(dst.get(), {VXString(path)}, {"wrong"}, err2, warnings, true, false));
     std::filesystem::remove_all(dir);
   }
+}
+
+TEST(PhysicalSources, PoolPasswordsAreStableButShowNeitherLengthNorEquality) {
+  auto dir = std::filesystem::temp_directory_path() / ("qorl_psrc_stable_" + std::to_string(::getpid()));
+  std::filesystem::remove_all(dir);
+  std::filesystem::create_directories(dir);
+  const VXString path((dir / "r.db").string());
+  auto passwordsOf = [](const std::string& doc) {
+    std::vector<std::string> out;
+    std::regex re(" password=\"([^\"]*)\"");
+    for (auto it = std::sregex_iterator(doc.begin(), doc.end(), re); it != std::sregex_iterator(); ++it)
+      out.push_back((*it)[1]);
+    return out;
+  };
+  std::string first;
+  {
+    auto rp = ARpGateway::Create(path, "pw");
+    RefADatabase d = PsrcMake<ADatabase>(*rp, kTIDADatabase, "d", 1);
+    RpObjectVector objects{d};
+    for (const char* pw : {"same", "same", "s", "a password of thirty-one bytes!"}) {
+      RefAConnectionPool p = PsrcMake<AConnectionPool>(*rp, kTIDAConnectionPool, "p", static_cast<int>(2 + objects.size()), d);
+      p->SetName(VXString("p") + VXString::FromUInt(objects.size()));
+      p->SetEncryptedPassword(ByteVector(pw, pw + std::strlen(pw)));
+      objects.push_back(p);
+    }
+    rp->Commit();
+    first = PsrcText(*rp, objects);
+  }
+  std::vector<std::string> pw = passwordsOf(first);
+  ASSERT_EQ(pw.size(), 4u) << first;
+  // Two pools with one password: unrelated texts. Lengths 1 to 31: one text length.
+  EXPECT_NE(pw[0], pw[1]);
+  for (const std::string& t : pw) EXPECT_EQ(t.size(), pw[0].size()) << t;
+
+  // Written again after reopening: the same bytes.
+  auto rp = ARpGateway::Open(path, "pw");
+  RpObjectVector again{rp->FindByQualifiedName(kTIDADatabase, {"d"})};
+  for (const char* n : {"p1", "p2", "p3", "p4"}) again.push_back(rp->FindByQualifiedName(kTIDAConnectionPool, {"d", n}));
+  EXPECT_EQ(PsrcText(*rp, again), first);
+  rp.reset();
+  std::filesystem::remove_all(dir);
 }
 
 TEST(PhysicalSources, AClearTextPoolPasswordIsAPasswordError) {
