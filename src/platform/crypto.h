@@ -61,8 +61,9 @@ struct AESKey {
 // repository and document readable.
 constexpr uint32_t kDefaultIterations = 600000;
 // Counts read from a text or key check beyond this are refused: a hostile
-// document must not buy minutes of derivation with one attribute.
-constexpr uint32_t kMaxIterations = 5000000;
+// document must not buy seconds of derivation with one attribute. Room above
+// the default for raising it later.
+constexpr uint32_t kMaxIterations = 2000000;
 // Secrets are padded to a multiple of this many bytes.
 constexpr size_t kPadBlock = 32;
 // Derived keys are cached process-wide (keyed by a SHA-256 of derivation,
