@@ -250,7 +250,8 @@ bool QORLParser::ExecuteTransactionalXMLForTDFXML(ARpGateway*, const VXStringVec
 
 bool QORLParser::GatherDeclObjectsQualifiedNameTypeIDs(ARpGateway* pGateway, const VXString& input,
                                                        QNameTypeIDPairVector& out, ErrorMessage& errorMsg,
-                                                       InputType type, bool bIgnoreQORLErrors) {
+                                                       InputType type, bool bIgnoreQORLErrors,
+                                                       const VXString& inputPassword, bool bExitOnPasswordError) {
   VXString schema = FindSchemaFile(type < kBeginTDFXMLTypes ? U"qorl1.xsd" : U"qorl_tdf_admin.xsd");
   if (!SystemUtility::IsFileExist(schema)) {
     errorMsg.PushErrorMessage(43125, schema);
@@ -262,6 +263,8 @@ bool QORLParser::GatherDeclObjectsQualifiedNameTypeIDs(ARpGateway* pGateway, con
   manager.SetDepartment(VXString());
   manager.PopulateAllObjects();
   manager.m_bIgnoreQORLErrors = bIgnoreQORLErrors;
+  manager.m_bExitOnPasswordError = bExitOnPasswordError;
+  if (!inputPassword.empty()) manager.SetInputPasswords({inputPassword});
   if (!bIgnoreQORLErrors) reader.EnableValidation(schema, false);
   reader.SetHandlers(&manager, &manager, &manager);
   bool ok = true;

@@ -137,6 +137,12 @@ TEST_F(Cli, LoadAppliesDocumentsAndAFailureChangesNothing) {
   EXPECT_NE(noPassword.code, 0);  // the internal account's name is under the other repository's key
   EXPECT_EQ(ReadFile(dst), before);
   EXPECT_EQ(RunQorl("check-password '" + doc + "' --password a").code, 0);
+  // The dry run reads the document as the load does: with its password.
+  EXPECT_NE(RunQorl("load --dry-run '" + dst + "' '" + doc + "' --repository-password b").code, 0);
+  Result dryWith = RunQorl("load --dry-run '" + dst + "' '" + doc + "' --password a --repository-password b");
+  EXPECT_EQ(dryWith.code, 0) << dryWith.out;
+  EXPECT_NE(dryWith.out.find("Group \"Administrators\"  (updates "), std::string::npos) << dryWith.out;
+  EXPECT_EQ(ReadFile(dst), before);
   Result loaded = RunQorl("load '" + dst + "' '" + doc + "' --password a --repository-password b");
   EXPECT_EQ(loaded.code, 0) << loaded.out;
   EXPECT_NE(ReadFile(dst), before);
