@@ -110,21 +110,26 @@ const VXString& QORLObjectManager::Intern(const XMLCh* name) {
   return m_names.emplace(std::u16string(key), XMLStr::ToVX(name)).first->second;
 }
 
+void QORLObjectManager::RefuseDocument(const ErrorMessage& e) {
+  m_bDocumentRefused = true;
+  throw e;
+}
+
 void QORLObjectManager::startDTD(const XMLCh*, const XMLCh*, const XMLCh*) {
-  throw ErrorMessage(92017, GetLineNumber());
+  RefuseDocument(ErrorMessage(92017, GetLineNumber()));
 }
 
 void QORLObjectManager::startElement(const XMLCh*, const XMLCh* localname, const XMLCh* qname,
                                      const xercesc::Attributes& attrs) {
   // The limits hold for skipped elements too: the counters must not wrap
   // whatever part of the document they are in.
-  if (m_openElements.size() >= kMaxElementDepth) throw ErrorMessage(92018, GetLineNumber(), kMaxElementDepth);
+  if (m_openElements.size() >= kMaxElementDepth) RefuseDocument(ErrorMessage(92018, GetLineNumber(), kMaxElementDepth));
   m_openElements.push_back(&Intern(localname));
   m_textChars = 0;
   for (XMLSize_t i = 0; i < attrs.getLength(); ++i) {
     if (xercesc::XMLString::stringLen(attrs.getValue(i)) > kMaxAttributeChars)
-      throw ErrorMessage(92019, GetLineNumber(), XMLStr::ToVX(attrs.getQName(i)), XMLStr::ToVX(localname),
-                         static_cast<unsigned long long>(kMaxAttributeChars));
+      RefuseDocument(ErrorMessage(92019, GetLineNumber(), XMLStr::ToVX(attrs.getQName(i)), XMLStr::ToVX(localname),
+                                  static_cast<unsigned long long>(kMaxAttributeChars)));
   }
   if (m_bInUnknownElement) {
     m_unknownHandler.startElement();
@@ -190,8 +195,8 @@ void QORLObjectManager::characters(const XMLCh* chars, XMLSize_t length) {
   // The parser hands long text over in pieces; the run is what is bounded.
   m_textChars += length;
   if (m_textChars > kMaxElementTextChars)
-    throw ErrorMessage(92020, GetLineNumber(), m_openElements.empty() ? VXString() : *m_openElements.back(),
-                       static_cast<unsigned long long>(kMaxElementTextChars));
+    RefuseDocument(ErrorMessage(92020, GetLineNumber(), m_openElements.empty() ? VXString() : *m_openElements.back(),
+                                static_cast<unsigned long long>(kMaxElementTextChars)));
   if (m_bInUnknownElement) return;
   if (m_currentCommand == xcFineGrained) {
     if (m_bFineGrainedXML) m_finegrainedText += XMLStr::ToVX(chars, length);
@@ -247,7 +252,7 @@ void QORLObjectManager::endElement(const XMLCh*, const XMLCh* localname, const X
 }
 
 void QORLObjectManager::fatalError(const xercesc::SAXParseException& e) {
-  throw ErrorMessage(92008, static_cast<long long>(e.getLineNumber()), XMLStr::ToVX(e.getMessage()));
+  RefuseDocument(ErrorMessage(92008, static_cast<long long>(e.getLineNumber()), XMLStr::ToVX(e.getMessage())));
 }
 
 void QORLObjectManager::FinishQORLObjectHandler() {
@@ -297,6 +302,7 @@ void QORLObjectManager::Cleanup() {
   m_pCurrentDeptStorageStubs = &m_defaultStorageStubs;
   m_finegrainedText.clear();
   m_processedDeclareElements.clear();
+  m_bDocumentRefused = false;
 }
 
 QORLObjectStub* QORLObjectManager::CreateQORLObjectStub(TypeID type, const VXUpgradeID& uid, const QualifiedName& qname) {

@@ -113,6 +113,9 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   bool IsPasswordCorrect(const VXString& password);
   bool PasswordsCanBeDecrypted(const VXString& password, const VXString& aes);
   bool HasPasswordError() const { return m_bIsPasswordError; }
+  // The last document could not be read whole: not well formed, invalid, or
+  // over a limit. Ignoring errors never applies such a document in part.
+  bool DocumentRefused() const { return m_bDocumentRefused; }
 
   // ---- services for handlers ----
   ARpGateway* GetGateway() const { return m_pGateway; }
@@ -163,6 +166,8 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   void GetSiblingNames(const RefARpObject& existing, const QORLObject* handler, VXStringVector& names);
   void EnsureUniqueNameInVLT(const QualifiedName& qName, const RefARpObject& object);
   void PopulateTypeIDQNameVoidIDMap();
+  // Marks the document refused, then throws.
+  [[noreturn]] void RefuseDocument(const ErrorMessage& e);
   // Adds the current element's line and name to an error from a handler.
   void AddContext(ErrorMessage& e, const QORLObject* handler) const;
 
@@ -175,6 +180,7 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   bool m_bRenameDuplicatedObjects;
   bool m_bExitOnExprParsingError = true;
   bool m_bIsPasswordError = false;
+  bool m_bDocumentRefused = false;
   bool m_bTDFObjectsWereRenamed = false;
   bool m_bInUnknownElement = false;
   int m_treeLevel = 0;

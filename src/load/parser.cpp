@@ -223,7 +223,9 @@ bool QORLParser::ExecuteTransactionalXMLforQORL(ARpGateway* pGateway, const VXSt
     } catch (ErrorMessage& e) {
       PushInputContext(e, type, input);
       errorMsg.PushErrorMessage(e);
-      if (!bIgnoreQORLErrors) return false;
+      // Errors in objects can be passed over; a document that cannot be read
+      // whole cannot, since what it would have said past the error is unknown.
+      if (!bIgnoreQORLErrors || manager.DocumentRefused()) return false;
     }
     (void)parsed;
     try {

@@ -150,6 +150,20 @@ TEST_F(Cli, LoadAppliesDocumentsAndAFailureChangesNothing) {
   EXPECT_NE(info.out.find("Group \"Administrators\""), std::string::npos) << info.out;
 }
 
+TEST_F(Cli, IgnoringErrorsDoesNotPassOverAMalformedDocument) {
+  ASSERT_EQ(RunQorl("init '" + repo + "' --repository-password pw").code, 0);
+  std::string broken = (dir / "broken.xml").string();
+  std::ofstream(broken) << "<?xml version='1.0' encoding='UTF-8'?>\n<Repository>\n<DECLARE>\n<Database name=\"x\">\n"
+                           "</DECLARE>\n";
+  std::string before = ReadFile(repo);
+  Result malformed = RunQorl("load --ignore-errors '" + repo + "' '" + broken + "' --repository-password pw");
+  EXPECT_EQ(malformed.code, 1) << malformed.out;
+  EXPECT_NE(malformed.out.find("In " + broken + ":\nLine 5: the XML document is not well-formed"), std::string::npos)
+      << malformed.out;
+  EXPECT_NE(malformed.out.find("nothing was loaded"), std::string::npos) << malformed.out;
+  EXPECT_EQ(ReadFile(repo), before);
+}
+
 TEST_F(Cli, ValidationRejectsUnknownElementsWithTheirLine) {
   ASSERT_EQ(RunQorl("init '" + repo + "' --repository-password pw").code, 0);
   std::string doc = (dir / "unknown.xml").string();

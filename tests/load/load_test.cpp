@@ -317,6 +317,34 @@ TEST(Load, PasswordsTryTheGivenPasswordThenTheRepositoryKey) {
   }
 }
 
+TEST(Load, ADocumentThatCannotBeReadWholeStopsTheLoadEvenWhenErrorsAreIgnored) {
+  const std::string good = Doc("<Database name=\"good\">\n</Database>\n");
+  const std::vector<std::pair<std::string, unsigned long>> cases = {
+      {std::string(kDocHead) + "<DECLARE>\n<Database name=\"x\">\n</DECLARE>\n", 92008},
+      {"<?xml version='1.0'?>\n<!DOCTYPE Repository [\n<!ELEMENT Repository ANY>\n]>\n<Repository/>\n", 92017},
+  };
+  for (const auto& [doc, message] : cases) {
+    auto rp = ARpGateway::CreateInMemory();
+    const size_t count = rp->ObjectCount();
+    LoadResult r;
+    VXString warnings;
+    r.ok = QORLParser::ExecuteTransactionalXML(rp.get(), {VXString(good), VXString(doc)}, {}, r.err, warnings, r.created,
+                                               r.modified, r.deleted, QORLParser::QORLText, true, true, true, false,
+                                               false, false, false);
+    EXPECT_FALSE(r.ok) << doc;
+    EXPECT_TRUE(r.err.Contains(message)) << r.Text();
+    // What the first document did is the caller's to undo, in memory as in a file.
+    rp->Rollback();
+    EXPECT_EQ(rp->ObjectCount(), count);
+    EXPECT_TRUE(rp->FindByQualifiedName(kTIDADatabase, {"good"}).IsNullRef());
+    EXPECT_FALSE(rp->HasUncommittedChanges());
+  }
+  // An error in one object is still passed over.
+  auto rp = ARpGateway::CreateInMemory();
+  EXPECT_TRUE(Load(*rp, Doc("<PhysicalCatalog name=\"c\" parentName=\"&quot;nowhere&quot;\">\n</PhysicalCatalog>\n"),
+                   true).ok);
+}
+
 TEST(Load, IgnoringErrorsGoesOnWithTheRest) {
   auto rp = ARpGateway::CreateInMemory();
   ServerLogCapture log;
