@@ -311,11 +311,22 @@ QORLObjectStub* QORLObjectManager::CreateQORLObjectStub(TypeID type, const VXUpg
   return stub;
 }
 
-void QORLObjectManager::PopulateDelObjectVector(const QORLObjectStubVector& stubs) {
+void QORLObjectManager::PopulateDelObjectVector(const QORLObjectStubVector& stubs, const std::vector<int>& lines) {
   auto& v = m_pCurrentDeptStorageStubs->m_deleteObjects;
   v.clear();
-  for (QORLObjectStub* s : stubs)
-    if (s) v.push_back(s);
+  for (size_t i = 0; i < stubs.size(); ++i) {
+    QORLObjectStub* s = stubs[i];
+    if (!s) continue;
+    const RefARpObject& o = s->GetARpObject();
+    if (!o.IsNullRef() && AAuthorizer::IsMandatorySecurityObject(*o)) {
+      // Deleting them would only bring them back under new ids, cut off from
+      // every privilege and membership that names them.
+      ServerLog::LogWarning(92031, 1, i < lines.size() ? lines[i] : 0, QORLUtil::GetTagName(o->GetTypeID()),
+                            MetadataUtil::GenerateQualifiedName(o));
+      continue;
+    }
+    v.push_back(s);
+  }
 }
 
 RefARpObject QORLObjectManager::CreateObject(TypeID type, const VoidID& id) {
@@ -528,7 +539,10 @@ void QORLObjectManager::ResolveDeclaredObject(QORLObject* handler) {
 
 void QORLObjectManager::InsertResolvedObjectIntoIndexes(QORLObject* handler, bool bInRp, bool bRen) {
   auto& s = *m_pCurrentDeptStorageStubs;
-  if (bInRp && !bRen) {
+  // bRen binds by name alone; when the name is found, the element updates
+  // that user, as any bound element does, instead of making a second user of
+  // the same name.
+  if (bInRp) {
     if (m_bIsTDFQORL && !handler->GetARpObject().IsNullRef() && handler->GetARpObject()->UpgradeID() != handler->GetUpgradeID() &&
         !handler->GetUpgradeID().empty())
       s.m_uidIndexedObjects.emplace(handler->GetUpgradeID(), handler);
@@ -734,7 +748,7 @@ void QORLObjectManager::ExecuteOneVLTStore() {
     if (!IsObjectTypeToBeCreated(h->GetTypeID())) continue;
     RefARpObject o = CreateObject(h->GetTypeID(), h->GetID());
     h->SetARpObject(o);
-    if (!h->GetUpgradeID().empty()) o->SetUpgradeID(h->GetUpgradeID());
+    if (!h->GetUpgradeID().empty()) o->SetUpgradeID(UnclaimedUpgradeID(h));
     if (!h->GetQName().empty()) o->SetName(h->GetQName().back());
   }
   size_t total = s.m_insertObjects.size() + s.m_updateObjects.size();
@@ -769,6 +783,24 @@ void QORLObjectManager::ExecuteOneVLTStore() {
       }
     }
   }
+}
+
+// A new object takes its element's uid unless an object that stays holds it
+// already: an object of another type, or one of another name that the uid
+// did not bind to (the built-in administrator's uid under a new name). Uids
+// identify objects across repositories, so no two may share one.
+VXUpgradeID QORLObjectManager::UnclaimedUpgradeID(QORLObject* handler) {
+  RefARpObject holder = m_pGateway->FindByUpgradeID(handler->GetUpgradeID());
+  if (holder.IsNullRef() || !IsVltObjectAlive(holder)) return handler->GetUpgradeID();
+  VXUpgradeID fresh;
+  TKSGUIDGenerator::GetNextGUIDByteVector(fresh);
+  ServerLog::LogWarning(92032, 1, handler->GetObjTagLineNumber(),
+                        TKSGUIDGenerator::ByteVectorToGUIDString(handler->GetUpgradeID()),
+                        QORLUtil::GetTagName(handler->GetTypeID()), MetadataUtil::ToQualifiedName(handler->GetQName()),
+                        QORLUtil::GetTagName(holder->GetTypeID()), MetadataUtil::GenerateQualifiedName(holder));
+  // The element stands for the object it made from here on, as a bound one does.
+  handler->SetUpgradeID(fresh);
+  return fresh;
 }
 
 void QORLObjectManager::PopulateTypeIDQNameVoidIDMap() {

@@ -127,7 +127,9 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   void ResolveQORLObjectStubVector(QORLObjectStubVector& stubs, bool bIsObjectToBeDeleted);
   // Tries to bind without reporting failure: for parents whose type is one of several.
   bool TryResolveQORLObjectStub(QORLObjectStub*& stub);
-  void PopulateDelObjectVector(const QORLObjectStubVector& stubs);
+  // The resolved references of a delete section, each with its line; the
+  // built-in security objects among them are kept, with a warning.
+  void PopulateDelObjectVector(const QORLObjectStubVector& stubs, const std::vector<int>& lines);
   RefARpObject CreateObject(TypeID type, const VoidID& id);
   RefARpObject CreateInternalObject(TypeID type);
   void AddToModifiedInternalObjects(const RefARpObject& obj);
@@ -165,6 +167,7 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   bool CheckIfSomeNewParentIsAlreadyRenamed(const QORLObject* handler) const;
   void GetSiblingNames(const RefARpObject& existing, const QORLObject* handler, VXStringVector& names);
   void EnsureUniqueNameInVLT(const QualifiedName& qName, const RefARpObject& object);
+  VXUpgradeID UnclaimedUpgradeID(QORLObject* handler);
   void PopulateTypeIDQNameVoidIDMap();
   // Marks the document refused, then throws.
   [[noreturn]] void RefuseDocument(const ErrorMessage& e);
