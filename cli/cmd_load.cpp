@@ -27,15 +27,27 @@ std::vector<std::filesystem::path> ToPaths(const std::vector<std::string>& v) {
   return std::vector<std::filesystem::path>(v.begin(), v.end());
 }
 
+// The options a load and its dry run share, so that the dry run reads each
+// document as the load would.
+LoadOptions ToLoadOptions(const LoadArgs& a) {
+  LoadOptions o;
+  o.passwords = a.passwords;
+  o.ignoreErrors = a.ignoreErrors;
+  o.expressionErrors = a.exprErrors == "error" ? OnProblem::Fail : OnProblem::Warn;
+  o.passwordErrors = a.passwordErrors == "error" ? OnProblem::Fail : OnProblem::Warn;
+  o.renameDuplicates = a.renameDuplicates;
+  o.validate = a.validate;
+  return o;
+}
+
 int DryRun(const Repository& rp, const LoadArgs& a) {
   bool ok = true;
-  for (const std::string& f : a.files) {
-    Declaration d = rp.Declared(f, a.ignoreErrors);
+  for (const Declaration& d : rp.Declared(ToPaths(a.files), ToLoadOptions(a))) {
     if (!d.errors.empty()) {
       std::cerr << "error: " << FormatDiagnostics(d.errors) << "\n";
       ok = false;
     }
-    std::cout << f << ": " << d.objects.size() << " objects declared\n";
+    std::cout << d.file.string() << ": " << d.objects.size() << " objects declared\n";
     for (const DeclaredObject& o : d.objects)
       std::cout << "  " << o.element << " " << o.qualifiedName
                 << (o.existingId.empty() ? "  (new)" : "  (updates " + o.existingId + ")") << "\n";
@@ -46,13 +58,7 @@ int DryRun(const Repository& rp, const LoadArgs& a) {
 int RunLoad(const GlobalOptions& g, const LoadArgs& a) {
   Repository rp = OpenRepository(g, a.repo);
   if (a.dryRun) return DryRun(rp, a);
-  LoadOptions o;
-  o.passwords = a.passwords;
-  o.ignoreErrors = a.ignoreErrors;
-  o.expressionErrors = a.exprErrors == "error" ? OnProblem::Fail : OnProblem::Warn;
-  o.passwordErrors = a.passwordErrors == "error" ? OnProblem::Fail : OnProblem::Warn;
-  o.renameDuplicates = a.renameDuplicates;
-  o.validate = a.validate;
+  LoadOptions o = ToLoadOptions(a);
   LoadReport report = rp.Load(ToPaths(a.files), o);
   if (!report.warnings.empty()) std::cerr << "warning: " << FormatDiagnostics(report.warnings) << "\n";
   if (!report.loaded) {

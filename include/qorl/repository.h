@@ -67,9 +67,12 @@ class Repository {
   // loaded, every document was applied (commit to keep them); otherwise the
   // repository was rolled back to its last commit.
   LoadReport Load(const std::vector<std::filesystem::path>& documents, const LoadOptions& options = {});
-  // What a document declares, and whether each object is new or updates a
-  // stored one; the repository is not changed.
-  Declaration Declared(const std::filesystem::path& document, bool ignoreErrors = false) const;
+  // What each document declares, and whether each object is new or updates
+  // a stored one; the repository is not changed. The documents are read as
+  // Load reads them with these options (passwords, ignoreErrors,
+  // passwordErrors), each against the repository as it stands.
+  std::vector<Declaration> Declared(const std::vector<std::filesystem::path>& documents,
+                                    const LoadOptions& options = {}) const;
 
   // Writes the repository, or the chosen objects, as one QORL document in
   // UTF-8: to a file, a stream, or a string. A file is replaced whole or not

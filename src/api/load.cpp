@@ -21,6 +21,12 @@ VXStringVector ToVX(const std::vector<std::string>& texts) {
   return out;
 }
 
+// One password per document, or none at all.
+void CheckPasswordCount(const LoadOptions& options, const std::vector<std::filesystem::path>& documents) {
+  if (!options.passwords.empty() && options.passwords.size() != documents.size())
+    throw Error(99020, {std::to_string(options.passwords.size()), std::to_string(documents.size())});
+}
+
 // Puts the repository back to its last commit after a failed load; a
 // rollback that fails too adds its own errors.
 void RollbackAfterFailure(ARpGateway& rp, std::vector<Diagnostic>& errors) {
@@ -36,8 +42,7 @@ void RollbackAfterFailure(ARpGateway& rp, std::vector<Diagnostic>& errors) {
 
 LoadReport Repository::Load(const std::vector<std::filesystem::path>& documents, const LoadOptions& options) {
   ARpGateway& rp = m_impl->Gateway();
-  if (!options.passwords.empty() && options.passwords.size() != documents.size())
-    throw Error(99020, {std::to_string(options.passwords.size()), std::to_string(documents.size())});
+  load_detail::CheckPasswordCount(options, documents);
   LoadReport report;
   ErrorMessage err;
   VXString warnings;
@@ -73,20 +78,27 @@ LoadReport Repository::Load(const std::vector<std::filesystem::path>& documents,
   return report;
 }
 
-Declaration Repository::Declared(const std::filesystem::path& document, bool ignoreErrors) const {
+std::vector<Declaration> Repository::Declared(const std::vector<std::filesystem::path>& documents,
+                                              const LoadOptions& options) const {
   ARpGateway& rp = m_impl->Gateway();
-  Declaration out;
-  out.file = document;
-  QNameTypeIDPairVector declared;
-  ErrorMessage err;
-  api::Translate([&] {
-    QORLParser::GatherDeclObjectsQualifiedNameTypeIDs(&rp, api::FromPath(document), declared, err,
-                                                      QORLParser::QORLFile, ignoreErrors);
-  });
-  out.errors = api::ToDiagnostics(err);
-  for (const QNameTypeIDPair& p : declared)
-    out.objects.push_back({QORLUtil::GetTagName(p.m_typeID).ToUTF8(), MetadataUtil::ToQualifiedName(p.m_qName).ToUTF8(),
+  load_detail::CheckPasswordCount(options, documents);
+  std::vector<Declaration> out;
+  for (size_t i = 0; i < documents.size(); ++i) {
+    Declaration& d = out.emplace_back();
+    d.file = documents[i];
+    QNameTypeIDPairVector declared;
+    ErrorMessage err;
+    VXString password = options.passwords.empty() ? VXString() : VXString(options.passwords[i]);
+    api::Translate([&] {
+      QORLParser::GatherDeclObjectsQualifiedNameTypeIDs(&rp, api::FromPath(documents[i]), declared, err,
+                                                        QORLParser::QORLFile, options.ignoreErrors, password,
+                                                        options.passwordErrors == OnProblem::Fail);
+    });
+    d.errors = api::ToDiagnostics(err);
+    for (const QNameTypeIDPair& p : declared)
+      d.objects.push_back({QORLUtil::GetTagName(p.m_typeID).ToUTF8(), MetadataUtil::ToQualifiedName(p.m_qName).ToUTF8(),
                            p.m_voidID.IsNullID() ? std::string() : p.m_voidID.ToString().ToUTF8()});
+  }
   return out;
 }
 

@@ -280,6 +280,7 @@ void QORLDeleteObjectsHandler::startElement(const VXString& tag, const NameValue
     return;
   }
   m_delObjects.push_back(ProcessRefObject(type, attrs));
+  m_delLines.push_back(CurrentLine());
   m_parsingState = psIndividualObjectStateStart;
 }
 
@@ -295,13 +296,13 @@ void QORLDeleteObjectsHandler::endElement(const VXString&) {
   if (m_parsingState == psInObject && !m_pManager->m_bFineGrainedXML) {
     // Resolved while parsing: the store's indexes were built before the parse.
     m_pManager->ResolveQORLObjectStubVector(m_delObjects, true);
-    m_pManager->PopulateDelObjectVector(m_delObjects);
+    m_pManager->PopulateDelObjectVector(m_delObjects, m_delLines);
   }
 }
 
 void QORLDeleteObjectsHandler::Resolve() {
   m_pManager->ResolveQORLObjectStubVector(m_delObjects, true);
-  m_pManager->PopulateDelObjectVector(m_delObjects);
+  m_pManager->PopulateDelObjectVector(m_delObjects, m_delLines);
 }
 
 VXString QORLDeleteObjectsHandler::GetUniqueIdentifier() { return VXString(TAG_DEL_OBJECTS); }

@@ -220,6 +220,7 @@ class QORLDeleteObjectsHandler : public QORLObject {
 
  private:
   QORLObjectStubVector m_delObjects;
+  std::vector<int> m_delLines;  // the line of each reference, for messages
 };
 
 // The reader of one expression (Expr, ExprText, Objects), owned by its element's handler.

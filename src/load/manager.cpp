@@ -110,21 +110,26 @@ const VXString& QORLObjectManager::Intern(const XMLCh* name) {
   return m_names.emplace(std::u16string(key), XMLStr::ToVX(name)).first->second;
 }
 
+void QORLObjectManager::RefuseDocument(const ErrorMessage& e) {
+  m_bDocumentRefused = true;
+  throw e;
+}
+
 void QORLObjectManager::startDTD(const XMLCh*, const XMLCh*, const XMLCh*) {
-  throw ErrorMessage(92017, GetLineNumber());
+  RefuseDocument(ErrorMessage(92017, GetLineNumber()));
 }
 
 void QORLObjectManager::startElement(const XMLCh*, const XMLCh* localname, const XMLCh* qname,
                                      const xercesc::Attributes& attrs) {
   // The limits hold for skipped elements too: the counters must not wrap
   // whatever part of the document they are in.
-  if (m_openElements.size() >= kMaxElementDepth) throw ErrorMessage(92018, GetLineNumber(), kMaxElementDepth);
+  if (m_openElements.size() >= kMaxElementDepth) RefuseDocument(ErrorMessage(92018, GetLineNumber(), kMaxElementDepth));
   m_openElements.push_back(&Intern(localname));
   m_textChars = 0;
   for (XMLSize_t i = 0; i < attrs.getLength(); ++i) {
     if (xercesc::XMLString::stringLen(attrs.getValue(i)) > kMaxAttributeChars)
-      throw ErrorMessage(92019, GetLineNumber(), XMLStr::ToVX(attrs.getQName(i)), XMLStr::ToVX(localname),
-                         static_cast<unsigned long long>(kMaxAttributeChars));
+      RefuseDocument(ErrorMessage(92019, GetLineNumber(), XMLStr::ToVX(attrs.getQName(i)), XMLStr::ToVX(localname),
+                                  static_cast<unsigned long long>(kMaxAttributeChars)));
   }
   if (m_bInUnknownElement) {
     m_unknownHandler.startElement();
@@ -190,8 +195,8 @@ void QORLObjectManager::characters(const XMLCh* chars, XMLSize_t length) {
   // The parser hands long text over in pieces; the run is what is bounded.
   m_textChars += length;
   if (m_textChars > kMaxElementTextChars)
-    throw ErrorMessage(92020, GetLineNumber(), m_openElements.empty() ? VXString() : *m_openElements.back(),
-                       static_cast<unsigned long long>(kMaxElementTextChars));
+    RefuseDocument(ErrorMessage(92020, GetLineNumber(), m_openElements.empty() ? VXString() : *m_openElements.back(),
+                                static_cast<unsigned long long>(kMaxElementTextChars)));
   if (m_bInUnknownElement) return;
   if (m_currentCommand == xcFineGrained) {
     if (m_bFineGrainedXML) m_finegrainedText += XMLStr::ToVX(chars, length);
@@ -247,7 +252,7 @@ void QORLObjectManager::endElement(const XMLCh*, const XMLCh* localname, const X
 }
 
 void QORLObjectManager::fatalError(const xercesc::SAXParseException& e) {
-  throw ErrorMessage(92008, static_cast<long long>(e.getLineNumber()), XMLStr::ToVX(e.getMessage()));
+  RefuseDocument(ErrorMessage(92008, static_cast<long long>(e.getLineNumber()), XMLStr::ToVX(e.getMessage())));
 }
 
 void QORLObjectManager::FinishQORLObjectHandler() {
@@ -297,6 +302,7 @@ void QORLObjectManager::Cleanup() {
   m_pCurrentDeptStorageStubs = &m_defaultStorageStubs;
   m_finegrainedText.clear();
   m_processedDeclareElements.clear();
+  m_bDocumentRefused = false;
 }
 
 QORLObjectStub* QORLObjectManager::CreateQORLObjectStub(TypeID type, const VXUpgradeID& uid, const QualifiedName& qname) {
@@ -305,11 +311,22 @@ QORLObjectStub* QORLObjectManager::CreateQORLObjectStub(TypeID type, const VXUpg
   return stub;
 }
 
-void QORLObjectManager::PopulateDelObjectVector(const QORLObjectStubVector& stubs) {
+void QORLObjectManager::PopulateDelObjectVector(const QORLObjectStubVector& stubs, const std::vector<int>& lines) {
   auto& v = m_pCurrentDeptStorageStubs->m_deleteObjects;
   v.clear();
-  for (QORLObjectStub* s : stubs)
-    if (s) v.push_back(s);
+  for (size_t i = 0; i < stubs.size(); ++i) {
+    QORLObjectStub* s = stubs[i];
+    if (!s) continue;
+    const RefARpObject& o = s->GetARpObject();
+    if (!o.IsNullRef() && AAuthorizer::IsMandatorySecurityObject(*o)) {
+      // Deleting them would only bring them back under new ids, cut off from
+      // every privilege and membership that names them.
+      ServerLog::LogWarning(92031, 1, i < lines.size() ? lines[i] : 0, QORLUtil::GetTagName(o->GetTypeID()),
+                            MetadataUtil::GenerateQualifiedName(o));
+      continue;
+    }
+    v.push_back(s);
+  }
 }
 
 RefARpObject QORLObjectManager::CreateObject(TypeID type, const VoidID& id) {
@@ -522,7 +539,10 @@ void QORLObjectManager::ResolveDeclaredObject(QORLObject* handler) {
 
 void QORLObjectManager::InsertResolvedObjectIntoIndexes(QORLObject* handler, bool bInRp, bool bRen) {
   auto& s = *m_pCurrentDeptStorageStubs;
-  if (bInRp && !bRen) {
+  // bRen binds by name alone; when the name is found, the element updates
+  // that user, as any bound element does, instead of making a second user of
+  // the same name.
+  if (bInRp) {
     if (m_bIsTDFQORL && !handler->GetARpObject().IsNullRef() && handler->GetARpObject()->UpgradeID() != handler->GetUpgradeID() &&
         !handler->GetUpgradeID().empty())
       s.m_uidIndexedObjects.emplace(handler->GetUpgradeID(), handler);
@@ -728,7 +748,7 @@ void QORLObjectManager::ExecuteOneVLTStore() {
     if (!IsObjectTypeToBeCreated(h->GetTypeID())) continue;
     RefARpObject o = CreateObject(h->GetTypeID(), h->GetID());
     h->SetARpObject(o);
-    if (!h->GetUpgradeID().empty()) o->SetUpgradeID(h->GetUpgradeID());
+    if (!h->GetUpgradeID().empty()) o->SetUpgradeID(UnclaimedUpgradeID(h));
     if (!h->GetQName().empty()) o->SetName(h->GetQName().back());
   }
   size_t total = s.m_insertObjects.size() + s.m_updateObjects.size();
@@ -763,6 +783,24 @@ void QORLObjectManager::ExecuteOneVLTStore() {
       }
     }
   }
+}
+
+// A new object takes its element's uid unless an object that stays holds it
+// already: an object of another type, or one of another name that the uid
+// did not bind to (the built-in administrator's uid under a new name). Uids
+// identify objects across repositories, so no two may share one.
+VXUpgradeID QORLObjectManager::UnclaimedUpgradeID(QORLObject* handler) {
+  RefARpObject holder = m_pGateway->FindByUpgradeID(handler->GetUpgradeID());
+  if (holder.IsNullRef() || !IsVltObjectAlive(holder)) return handler->GetUpgradeID();
+  VXUpgradeID fresh;
+  TKSGUIDGenerator::GetNextGUIDByteVector(fresh);
+  ServerLog::LogWarning(92032, 1, handler->GetObjTagLineNumber(),
+                        TKSGUIDGenerator::ByteVectorToGUIDString(handler->GetUpgradeID()),
+                        QORLUtil::GetTagName(handler->GetTypeID()), MetadataUtil::ToQualifiedName(handler->GetQName()),
+                        QORLUtil::GetTagName(holder->GetTypeID()), MetadataUtil::GenerateQualifiedName(holder));
+  // The element stands for the object it made from here on, as a bound one does.
+  handler->SetUpgradeID(fresh);
+  return fresh;
 }
 
 void QORLObjectManager::PopulateTypeIDQNameVoidIDMap() {

@@ -113,6 +113,9 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   bool IsPasswordCorrect(const VXString& password);
   bool PasswordsCanBeDecrypted(const VXString& password, const VXString& aes);
   bool HasPasswordError() const { return m_bIsPasswordError; }
+  // The last document could not be read whole: not well formed, invalid, or
+  // over a limit. Ignoring errors never applies such a document in part.
+  bool DocumentRefused() const { return m_bDocumentRefused; }
 
   // ---- services for handlers ----
   ARpGateway* GetGateway() const { return m_pGateway; }
@@ -124,7 +127,9 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   void ResolveQORLObjectStubVector(QORLObjectStubVector& stubs, bool bIsObjectToBeDeleted);
   // Tries to bind without reporting failure: for parents whose type is one of several.
   bool TryResolveQORLObjectStub(QORLObjectStub*& stub);
-  void PopulateDelObjectVector(const QORLObjectStubVector& stubs);
+  // The resolved references of a delete section, each with its line; the
+  // built-in security objects among them are kept, with a warning.
+  void PopulateDelObjectVector(const QORLObjectStubVector& stubs, const std::vector<int>& lines);
   RefARpObject CreateObject(TypeID type, const VoidID& id);
   RefARpObject CreateInternalObject(TypeID type);
   void AddToModifiedInternalObjects(const RefARpObject& obj);
@@ -162,7 +167,10 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   bool CheckIfSomeNewParentIsAlreadyRenamed(const QORLObject* handler) const;
   void GetSiblingNames(const RefARpObject& existing, const QORLObject* handler, VXStringVector& names);
   void EnsureUniqueNameInVLT(const QualifiedName& qName, const RefARpObject& object);
+  VXUpgradeID UnclaimedUpgradeID(QORLObject* handler);
   void PopulateTypeIDQNameVoidIDMap();
+  // Marks the document refused, then throws.
+  [[noreturn]] void RefuseDocument(const ErrorMessage& e);
   // Adds the current element's line and name to an error from a handler.
   void AddContext(ErrorMessage& e, const QORLObject* handler) const;
 
@@ -175,6 +183,7 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   bool m_bRenameDuplicatedObjects;
   bool m_bExitOnExprParsingError = true;
   bool m_bIsPasswordError = false;
+  bool m_bDocumentRefused = false;
   bool m_bTDFObjectsWereRenamed = false;
   bool m_bInUnknownElement = false;
   int m_treeLevel = 0;

@@ -223,7 +223,9 @@ bool QORLParser::ExecuteTransactionalXMLforQORL(ARpGateway* pGateway, const VXSt
     } catch (ErrorMessage& e) {
       PushInputContext(e, type, input);
       errorMsg.PushErrorMessage(e);
-      if (!bIgnoreQORLErrors) return false;
+      // Errors in objects can be passed over; a document that cannot be read
+      // whole cannot, since what it would have said past the error is unknown.
+      if (!bIgnoreQORLErrors || manager.DocumentRefused()) return false;
     }
     (void)parsed;
     try {
@@ -250,7 +252,8 @@ bool QORLParser::ExecuteTransactionalXMLForTDFXML(ARpGateway*, const VXStringVec
 
 bool QORLParser::GatherDeclObjectsQualifiedNameTypeIDs(ARpGateway* pGateway, const VXString& input,
                                                        QNameTypeIDPairVector& out, ErrorMessage& errorMsg,
-                                                       InputType type, bool bIgnoreQORLErrors) {
+                                                       InputType type, bool bIgnoreQORLErrors,
+                                                       const VXString& inputPassword, bool bExitOnPasswordError) {
   VXString schema = FindSchemaFile(type < kBeginTDFXMLTypes ? U"qorl1.xsd" : U"qorl_tdf_admin.xsd");
   if (!SystemUtility::IsFileExist(schema)) {
     errorMsg.PushErrorMessage(43125, schema);
@@ -262,6 +265,8 @@ bool QORLParser::GatherDeclObjectsQualifiedNameTypeIDs(ARpGateway* pGateway, con
   manager.SetDepartment(VXString());
   manager.PopulateAllObjects();
   manager.m_bIgnoreQORLErrors = bIgnoreQORLErrors;
+  manager.m_bExitOnPasswordError = bExitOnPasswordError;
+  if (!inputPassword.empty()) manager.SetInputPasswords({inputPassword});
   if (!bIgnoreQORLErrors) reader.EnableValidation(schema, false);
   reader.SetHandlers(&manager, &manager, &manager);
   bool ok = true;

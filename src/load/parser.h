@@ -79,9 +79,13 @@ class QORLParser {
                                                VoidIDVector& delIds, InputType type, bool bExitOnExprParsingError,
                                                bool bExitOnPasswordError, bool bIgnoreQORLErrors,
                                                bool bRenameDuplicatedObjects, bool bFineGrainedXML);
+  // Encrypted values are opened as a load opens them: with inputPassword
+  // first, then the repository's key; bExitOnPasswordError as for a load.
   static bool GatherDeclObjectsQualifiedNameTypeIDs(ARpGateway* pGateway, const VXString& input,
                                                     QNameTypeIDPairVector& out, ErrorMessage& errorMsg,
-                                                    InputType fileOrDirType, bool bIgnoreQORLErrors);
+                                                    InputType fileOrDirType, bool bIgnoreQORLErrors,
+                                                    const VXString& inputPassword = VXString(),
+                                                    bool bExitOnPasswordError = true);
   static bool IsPasswordCorrect(ARpGateway* pGateway, const VXStringVector& files, const VXStringVector& filePasswords,
                                 ErrorMessage& errorMsg, VXString& warningMsg, bool bExitOnExprParsingError,
                                 bool bExitOnPasswordError);

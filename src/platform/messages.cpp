@@ -45,6 +45,8 @@ constexpr MessageDef kMessageCatalogue[] = {
     {92018, "Line %1: elements are nested more than %2 levels deep."},
     {92019, "Line %1: the attribute %2 of <%3> is longer than %4 characters."},
     {92020, "Line %1: the text in <%2> is longer than %3 characters."},
+    {92031, "Line %1: <%2> %3 is a built-in security object, which every repository keeps; it is not deleted."},
+    {92032, "Line %1: the uid %2 of the new <%3> %4 already belongs to <%5> %6; the new object gets a new uid."},
     {94230, "Could not open the file %1 to find out whether it is a fine-grained document."},
     {94339, "An encrypted value in the document cannot be decrypted with the old password."},
     {94396, "Nothing to generate: neither object types nor objects were given."},

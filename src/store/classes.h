@@ -79,6 +79,8 @@ class AAuthorizer : public AMergeableObject {
   static void GetAdministratorUIDs(VXUpgradeID& user, VXUpgradeID& group);
   // The uid of the internal account whose name documents keep encrypted.
   static void GetMandatorySecurityObjectsUIDs(VXUpgradeID& internalAccount);
+  // The built-in administrator user or group, which every repository keeps.
+  static bool IsMandatorySecurityObject(const ARpObject& o);
 };
 
 class ACustomAuthenticator : public AMergeableObject {

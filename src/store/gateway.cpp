@@ -12,6 +12,15 @@
 
 namespace qorl {
 
+// What an in-memory repository's Rollback goes back to: the objects,
+// relations and properties as the last Commit left them, in the form a file
+// stores them. Commit updates it with what changed, as it updates a file.
+struct ARpGateway::Image {
+  std::unordered_map<uint64_t, ByteVector> objects;
+  std::unordered_map<RelKey, std::vector<VoidID>, RelKeyHash> relations;
+  std::unordered_map<int, ByteVector> props;
+};
+
 ARpGateway::ARpGateway() = default;
 
 ARpGateway::~ARpGateway() { DropAll(true); }
@@ -52,6 +61,7 @@ static std::unique_ptr<ARpGateway> NewRepository(std::unique_ptr<ARpGateway> rp)
 std::unique_ptr<ARpGateway> ARpGateway::CreateInMemory(const VXString& password) {
   std::unique_ptr<ARpGateway> rp(new ARpGateway());
   rp->m_key = std::make_unique<crypto::AESKey>(crypto::NewKey(password));
+  rp->m_image = std::make_unique<Image>();
   return NewRepository(std::move(rp));
 }
 
@@ -78,40 +88,34 @@ std::unique_ptr<ARpGateway> ARpGateway::Open(const VXString& path, const VXStrin
 void ARpGateway::LoadFromFile() {
   m_loading = true;
   m_store->LoadProperties(m_props);
-  m_store->LoadObjects([this](const VoidID& id, const uint8_t* data, size_t n) {
-    ARpObject* obj = Instantiate(id.m_interfaceTypeID, id);
-    if (!obj) throw ErrorMessage(99004, m_path, VXString("object of unknown type ") + id.ToString());
-    if (!LoadObjectProperties(*obj, data, n)) {
-      delete obj;
-      throw ErrorMessage(99004, m_path, VXString("object ") + id.ToString() + " cannot be read");
-    }
-    Adopt(obj);
-  });
+  m_store->LoadObjects([this](const VoidID& id, const uint8_t* data, size_t n) { AdoptStored(id, data, n); });
   m_store->LoadRelations([this](uint64_t owner, RelID rel, std::vector<VoidID>&& tuples) {
-    const RelDesc* d = FindRelDesc(rel);
-    size_t width = d ? d->arity - 1u : 1u;
-    for (const VoidID& m : tuples) {
-      auto& back = m_relBack[m.Key()];
-      if (back.empty() || back.back().owner != owner || back.back().rel != rel) back.push_back({owner, rel});
-    }
-    (void)width;
-    m_relations.emplace(RelKey{owner, rel}, std::move(tuples));
+    AdoptStoredRelation(owner, rel, std::move(tuples));
   });
   m_loading = false;
 }
 
-void ARpGateway::Commit() {
-  if (!m_store) {
-    for (uint64_t k : m_dirty) {
-      auto it = m_objects.find(k);
-      if (it != m_objects.end()) it->second->m_dirty = false;
-    }
-    m_dirty.clear();
-    m_deleted.clear();
-    m_dirtyRels.clear();
-    m_dirtyProps.clear();
-    return;
+// Enters one object as a commit stored it.
+void ARpGateway::AdoptStored(const VoidID& id, const uint8_t* data, size_t n) {
+  ARpObject* obj = Instantiate(id.m_interfaceTypeID, id);
+  if (!obj) throw ErrorMessage(99004, m_path, VXString("object of unknown type ") + id.ToString());
+  if (!LoadObjectProperties(*obj, data, n)) {
+    delete obj;
+    throw ErrorMessage(99004, m_path, VXString("object ") + id.ToString() + " cannot be read");
   }
+  Adopt(obj);
+}
+
+void ARpGateway::AdoptStoredRelation(uint64_t owner, RelID rel, std::vector<VoidID>&& tuples) {
+  for (const VoidID& m : tuples) {
+    auto& back = m_relBack[m.Key()];
+    if (back.empty() || back.back().owner != owner || back.back().rel != rel) back.push_back({owner, rel});
+  }
+  m_relations.emplace(RelKey{owner, rel}, std::move(tuples));
+}
+
+void ARpGateway::Commit() {
+  if (!m_store) return CommitInMemory();
   Persistence::Batch batch(*m_store);
   ByteVector buf;
   for (uint64_t k : m_deleted) batch.DeleteObject(k);
@@ -143,13 +147,49 @@ void ARpGateway::Commit() {
   m_dirtyProps.clear();
 }
 
-// Throws every uncommitted change away by reloading the file. References
-// to objects that survive find their reloaded objects by id.
+// The same changes as a file's commit, written to the image.
+void ARpGateway::CommitInMemory() {
+  Image& image = *m_image;
+  for (uint64_t k : m_deleted) image.objects.erase(k);
+  for (uint64_t k : m_dirty) {
+    auto it = m_objects.find(k);
+    if (it == m_objects.end()) continue;
+    ByteVector& buf = image.objects[k];
+    buf.clear();
+    SaveObjectProperties(*it->second, buf);
+    it->second->m_dirty = false;
+  }
+  for (const RelKey& rk : m_dirtyRels) {
+    auto it = m_relations.find(rk);
+    if (it == m_relations.end() || it->second.empty()) image.relations.erase(rk);
+    else image.relations[rk] = it->second;
+  }
+  for (int id : m_dirtyProps) {
+    auto it = m_props.find(id);
+    if (it == m_props.end()) image.props.erase(id);
+    else image.props[id] = it->second;
+  }
+  m_dirty.clear();
+  m_deleted.clear();
+  m_dirtyRels.clear();
+  m_dirtyProps.clear();
+}
+
+void ARpGateway::LoadFromImage() {
+  m_loading = true;
+  m_props = m_image->props;
+  for (const auto& [k, data] : m_image->objects) AdoptStored(VoidID::FromKey(k), data.data(), data.size());
+  for (const auto& [rk, tuples] : m_image->relations) AdoptStoredRelation(rk.owner, rk.rel, std::vector<VoidID>(tuples));
+  m_loading = false;
+}
+
+// Throws every uncommitted change away by reloading the committed state.
+// References to objects that survive find their reloaded objects by id.
 void ARpGateway::Rollback() {
   if (!HasUncommittedChanges()) return;
-  if (!m_store) throw ErrorMessage(99006, VXString("(memory)"), VXString("a repository in memory cannot roll back"));
   DropAll(false);
-  LoadFromFile();
+  if (m_store) LoadFromFile();
+  else LoadFromImage();
 }
 
 bool ARpGateway::HasUncommittedChanges() const {

@@ -34,10 +34,13 @@ class ARpGateway {
   // Opens an existing repository file. A wrong password, a foreign or damaged
   // file, or one written by a newer qorl throws ErrorMessage.
   static std::unique_ptr<ARpGateway> Open(const VXString& path, const VXString& password);
-  // A repository that lives in memory only; Commit keeps nothing.
+  // A repository that lives in memory only. Commit writes nothing out, but
+  // marks the state that Rollback goes back to, as for a file.
   static std::unique_ptr<ARpGateway> CreateInMemory(const VXString& password = VXString());
 
   void Commit();
+  // Back to the state of the last Commit, which for a new repository is the
+  // state it was created in; references to surviving objects stay valid.
   void Rollback();
   bool HasUncommittedChanges() const;
   const VXString& GetPath() const { return m_path; }
@@ -105,6 +108,10 @@ class ARpGateway {
   void RemoveFromRelations(const VoidID& id);
   void DropAll(bool bGatewayGone);
   void LoadFromFile();
+  void AdoptStored(const VoidID& id, const uint8_t* data, size_t n);
+  void AdoptStoredRelation(uint64_t owner, RelID rel, std::vector<VoidID>&& tuples);
+  void CommitInMemory();
+  void LoadFromImage();
   uint32_t NextUniqueNum();
   void BumpUniqueNum(uint32_t used);
 
@@ -131,6 +138,9 @@ class ARpGateway {
 
   VXString m_path;
   std::unique_ptr<Persistence> m_store;  // null for an in-memory repository
+  // An in-memory repository's committed state, in the form a file keeps it.
+  struct Image;
+  std::unique_ptr<Image> m_image;
   std::unique_ptr<crypto::AESKey> m_key;
   std::unordered_map<uint64_t, ARpObject*> m_objects;
   std::unordered_map<RelKey, std::vector<VoidID>, RelKeyHash> m_relations;

@@ -141,13 +141,45 @@ TEST_F(Api, AMalformedDocumentGivesTheParsersLine) {
   EXPECT_EQ(r.errors[0].line, 5u);
   EXPECT_EQ(r.errors[0].code, 92008u);
 
-  // Passed over with ignoreErrors: loaded, and the error is still reported.
+  // Not even with ignoreErrors: what the document says past the error is unknown.
   LoadOptions o;
   o.ignoreErrors = true;
   LoadReport ignored = rp.Load({broken}, o);
-  EXPECT_TRUE(ignored.loaded);
+  EXPECT_FALSE(ignored.loaded);
   ASSERT_EQ(ignored.errors.size(), 1u);
   EXPECT_EQ(ignored.errors[0].line, 5u);
+}
+
+TEST_F(Api, ADryRunOpensSecretsAsTheLoadDoes) {
+  Repository src = Repository::Create(dir / "src.db", "source");
+  auto doc = dir / "src.xml";
+  ASSERT_TRUE(src.Generate(doc).errors.empty());
+  Repository rp = Repository::Create(dir / "r.db", kPassword);
+  // The built-in group's name is under the source's key.
+  std::vector<Declaration> without = rp.Declared({doc});
+  ASSERT_EQ(without.size(), 1u);
+  ASSERT_FALSE(without[0].errors.empty());
+  EXPECT_EQ(without[0].errors[0].code, 13042u);
+
+  LoadOptions o;
+  o.passwords = {"source"};
+  std::vector<Declaration> with = rp.Declared({doc}, o);
+  ASSERT_EQ(with.size(), 1u);
+  EXPECT_EQ(with[0].file, doc);
+  EXPECT_TRUE(with[0].errors.empty()) << FormatDiagnostics(with[0].errors);
+  ASSERT_EQ(with[0].objects.size(), 2u);
+  EXPECT_EQ(with[0].objects[1].element, "Group");
+  EXPECT_EQ(with[0].objects[1].qualifiedName, "\"Administrators\"");
+  EXPECT_FALSE(with[0].objects[1].existingId.empty());
+
+  // A password that does not decrypt only warns when password errors are set to.
+  o.passwords = {"wrong"};
+  o.passwordErrors = OnProblem::Warn;
+  EXPECT_TRUE(rp.Declared({doc}, o)[0].errors.empty());
+  EXPECT_FALSE(rp.HasUncommittedChanges());
+  o.passwords = {"source"};
+  o.passwordErrors = OnProblem::Fail;
+  EXPECT_TRUE(rp.Load({doc}, o).loaded);
 }
 
 TEST_F(Api, ChosenObjectsAreWrittenAloneAndBadChoicesThrow) {

@@ -145,11 +145,31 @@ TEST_F(Cli, LoadAppliesDocumentsAndAFailureChangesNothing) {
   EXPECT_NE(noPassword.code, 0);  // the internal account's name is under the other repository's key
   EXPECT_EQ(ReadFile(dst), before);
   EXPECT_EQ(RunQorl("check-password '" + doc + "' --password a").code, 0);
+  // The dry run reads the document as the load does: with its password.
+  EXPECT_NE(RunQorl("load --dry-run '" + dst + "' '" + doc + "' --repository-password b").code, 0);
+  Result dryWith = RunQorl("load --dry-run '" + dst + "' '" + doc + "' --password a --repository-password b");
+  EXPECT_EQ(dryWith.code, 0) << dryWith.out;
+  EXPECT_NE(dryWith.out.find("Group \"Administrators\"  (updates "), std::string::npos) << dryWith.out;
+  EXPECT_EQ(ReadFile(dst), before);
   Result loaded = RunQorl("load '" + dst + "' '" + doc + "' --password a --repository-password b");
   EXPECT_EQ(loaded.code, 0) << loaded.out;
   EXPECT_NE(ReadFile(dst), before);
   Result info = RunQorl("info '" + dst + "' --repository-password b");
   EXPECT_NE(info.out.find("Group \"Administrators\""), std::string::npos) << info.out;
+}
+
+TEST_F(Cli, IgnoringErrorsDoesNotPassOverAMalformedDocument) {
+  ASSERT_EQ(RunQorl("init '" + repo + "' --repository-password pw").code, 0);
+  std::string broken = (dir / "broken.xml").string();
+  std::ofstream(broken) << "<?xml version='1.0' encoding='UTF-8'?>\n<Repository>\n<DECLARE>\n<Database name=\"x\">\n"
+                           "</DECLARE>\n";
+  std::string before = ReadFile(repo);
+  Result malformed = RunQorl("load --ignore-errors '" + repo + "' '" + broken + "' --repository-password pw");
+  EXPECT_EQ(malformed.code, 1) << malformed.out;
+  EXPECT_NE(malformed.out.find("In " + broken + ":\nLine 5: the XML document is not well-formed"), std::string::npos)
+      << malformed.out;
+  EXPECT_NE(malformed.out.find("nothing was loaded"), std::string::npos) << malformed.out;
+  EXPECT_EQ(ReadFile(repo), before);
 }
 
 TEST_F(Cli, ValidationRejectsUnknownElementsWithTheirLine) {

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 #include <regex>
+#include <set>
 #include <unistd.h>
 
 #include "gen/generator.h"
@@ -315,6 +316,119 @@ TEST(Load, PasswordsTryTheGivenPasswordThenTheRepositoryKey) {
     LoadResult r = Load(*dst, doc, false, false, {"wrong"});
     EXPECT_TRUE(r.err.Contains(13042)) << r.Text();
   }
+}
+
+// ---- the built-in security objects, uids, and undoing a load ---------------
+
+std::string UidText(const VXUpgradeID& u) { return TKSGUIDGenerator::ByteVectorToGUIDString(u).ToUTF8(); }
+
+struct BuiltIns {
+  explicit BuiltIns(ARpGateway& rp) {
+    AAuthorizer::GetAdministratorUIDs(userUid, groupUid);
+    user = rp.FindByUpgradeID(userUid).GetID();
+    group = rp.FindByUpgradeID(groupUid).GetID();
+  }
+  VXUpgradeID userUid, groupUid;
+  VoidID user, group;
+};
+
+TEST(Load, TheBuiltInAdministratorAndGroupAreKeptWhenADocumentDeletesThem) {
+  auto rp = ARpGateway::CreateInMemory();
+  BuiltIns b(*rp);
+  ASSERT_TRUE(Load(*rp, Doc("<Database name=\"d\">\n</Database>\n")).ok);
+  ServerLogCapture log;
+  LoadResult r = Load(*rp, Doc("", "<RefUser qualifiedName=\"&quot;Administrator&quot;\" uid=\"" + UidText(b.userUid) +
+                                       "\"/>\n<RefGroup qualifiedName=\"&quot;Administrators&quot;\"/>\n"
+                                       "<RefDatabase qualifiedName=\"&quot;d&quot;\"/>\n"));
+  ASSERT_TRUE(r.ok) << r.Text();
+  EXPECT_EQ(r.deleted.size(), 1u);  // the database alone
+  EXPECT_TRUE(rp->FindByQualifiedName(kTIDADatabase, {"d"}).IsNullRef());
+  // The same objects, not new ones made in their place.
+  EXPECT_EQ(rp->FindByUpgradeID(b.userUid).GetID(), b.user);
+  EXPECT_EQ(rp->FindByUpgradeID(b.groupUid).GetID(), b.group);
+  EXPECT_EQ(rp->ObjectCount(), 2u);
+  EXPECT_TRUE(BinaryRelIter<ASecurityRole>(rp.get(), b.user, kRelUserGroups).Contains(b.group));
+  EXPECT_EQ(log.Count(ServerLog::kWarning), 2u);
+  EXPECT_TRUE(log.Contains(ServerLog::kWarning, "Line 5: <User> \"Administrator\" is a built-in security object"));
+  EXPECT_TRUE(log.Contains(ServerLog::kWarning, "Line 6: <Group> \"Administrators\" is a built-in security object"));
+}
+
+TEST(Load, ANewObjectNeverSharesItsUidWithAnother) {
+  auto rp = ARpGateway::CreateInMemory();
+  BuiltIns b(*rp);
+  // The administrator's uid under another name, and the group's uid on
+  // another type: neither binds to the built-in object, so both are new.
+  const std::string doc = Doc("<User name=\"Bob\" uid=\"" + UidText(b.userUid) + "\">\n</User>\n<Database name=\"D\" uid=\"" +
+                              UidText(b.groupUid) + "\">\n</Database>\n");
+  ServerLogCapture log;
+  LoadResult r = Load(*rp, doc);
+  ASSERT_TRUE(r.ok) << r.Text();
+  EXPECT_EQ(r.created.size(), 2u);
+  RefARpObject bob = rp->FindByQualifiedName(kTIDAUser, {"Bob"});
+  RefARpObject d = rp->FindByQualifiedName(kTIDADatabase, {"D"});
+  ASSERT_FALSE(bob.IsNullRef());
+  ASSERT_FALSE(d.IsNullRef());
+  EXPECT_EQ(rp->FindByUpgradeID(b.userUid).GetID(), b.user);
+  EXPECT_EQ(rp->FindByUpgradeID(b.groupUid).GetID(), b.group);
+  // No second built-in group was made, and Bob did not become an administrator.
+  EXPECT_EQ(rp->ObjectCount(), 4u);
+  EXPECT_FALSE(BinaryRelIter<ASecurityRole>(rp.get(), bob.GetID(), kRelUserGroups).Contains(b.group));
+  std::set<VXUpgradeID> uids;
+  rp->ForEachObject([&](const ARpObject* o) {
+    if (!o->UpgradeID().empty()) EXPECT_TRUE(uids.insert(o->UpgradeID()).second) << o->GetName().ToUTF8();
+  });
+  EXPECT_EQ(log.Count(ServerLog::kWarning), 2u);
+  EXPECT_TRUE(log.Contains(ServerLog::kWarning, VXString("Line 4: the uid " + UidText(b.userUid) +
+                                                         " of the new <User> \"Bob\" already belongs to <User> \"Administrator\"")));
+  EXPECT_TRUE(log.Contains(ServerLog::kWarning, "Line 6: the uid"));
+
+  // Loaded again, the document finds both by name and changes no uid.
+  VXUpgradeID bobUid = bob->UpgradeID();
+  LoadResult again = Load(*rp, doc);
+  ASSERT_TRUE(again.ok) << again.Text();
+  EXPECT_TRUE(again.created.empty());
+  EXPECT_EQ(bob->UpgradeID(), bobUid);
+  EXPECT_EQ(rp->ObjectCount(), 4u);
+
+  // An object the same document deletes gives its uid up to the new one.
+  ASSERT_TRUE(Load(*rp, Doc("<Database name=\"E\" uid=\"" + UidText(Uid(7)) + "\">\n</Database>\n")).ok);
+  log.Clear();
+  LoadResult moved = Load(*rp, Doc("<Database name=\"F\" uid=\"" + UidText(Uid(7)) + "\">\n</Database>\n",
+                                   "<RefDatabase qualifiedName=\"&quot;E&quot;\"/>\n"));
+  ASSERT_TRUE(moved.ok) << moved.Text();
+  EXPECT_EQ(log.Count(ServerLog::kWarning), 0u);
+  RefARpObject f = rp->FindByUpgradeID(Uid(7));
+  ASSERT_FALSE(f.IsNullRef());
+  EXPECT_EQ(f->GetName(), "F");
+  EXPECT_TRUE(rp->FindByQualifiedName(kTIDADatabase, {"E"}).IsNullRef());
+}
+
+TEST(Load, ADocumentThatCannotBeReadWholeStopsTheLoadEvenWhenErrorsAreIgnored) {
+  const std::string good = Doc("<Database name=\"good\">\n</Database>\n");
+  const std::vector<std::pair<std::string, unsigned long>> cases = {
+      {std::string(kDocHead) + "<DECLARE>\n<Database name=\"x\">\n</DECLARE>\n", 92008},
+      {"<?xml version='1.0'?>\n<!DOCTYPE Repository [\n<!ELEMENT Repository ANY>\n]>\n<Repository/>\n", 92017},
+  };
+  for (const auto& [doc, message] : cases) {
+    auto rp = ARpGateway::CreateInMemory();
+    const size_t count = rp->ObjectCount();
+    LoadResult r;
+    VXString warnings;
+    r.ok = QORLParser::ExecuteTransactionalXML(rp.get(), {VXString(good), VXString(doc)}, {}, r.err, warnings, r.created,
+                                               r.modified, r.deleted, QORLParser::QORLText, true, true, true, false,
+                                               false, false, false);
+    EXPECT_FALSE(r.ok) << doc;
+    EXPECT_TRUE(r.err.Contains(message)) << r.Text();
+    // What the first document did is the caller's to undo, in memory as in a file.
+    rp->Rollback();
+    EXPECT_EQ(rp->ObjectCount(), count);
+    EXPECT_TRUE(rp->FindByQualifiedName(kTIDADatabase, {"good"}).IsNullRef());
+    EXPECT_FALSE(rp->HasUncommittedChanges());
+  }
+  // An error in one object is still passed over.
+  auto rp = ARpGateway::CreateInMemory();
+  EXPECT_TRUE(Load(*rp, Doc("<PhysicalCatalog name=\"c\" parentName=\"&quot;nowhere&quot;\">\n</PhysicalCatalog>\n"),
+                   true).ok);
 }
 
 TEST(Load, IgnoringErrorsGoesOnWithTheRest) {

@@ -283,6 +283,49 @@ TEST_F(StoreFile, CommittedChangesSurviveReopeningAndRolledBackOnesDoNot) {
   EXPECT_GT(rp->CreateObject(kTIDADatabase).GetID().m_uniqueNum, colID.m_uniqueNum);
 }
 
+TEST(Store, AnInMemoryRepositoryRollsBackToItsLastCommit) {
+  auto rp = ARpGateway::CreateInMemory();
+  // Before any commit of its own: back to what creation made.
+  RefARpObject early = rp->CreateObject(kTIDADatabase);
+  rp->Rollback();
+  EXPECT_TRUE(early.IsNullRef());
+  EXPECT_EQ(rp->ObjectCount(), 2u);
+
+  Physical m(*rp);
+  m.table->SetUpgradeID(VXUpgradeID(ByteVector(16, 5)));
+  rp->SetRepositoryProperty(kRepPropCustomizationHash, ByteVector{1, 2});
+  const VoidID colID = m.cols[2].GetID();
+  rp->Commit();
+
+  m.table->SetName("changed");
+  m.table->SetUpgradeID(VXUpgradeID(ByteVector(16, 6)));
+  rp->DeleteObject(colID);
+  m.KeyColumns().Clear();
+  rp->SetRepositoryProperty(kRepPropCustomizationHash, ByteVector{9});
+  RefARpObject extra = rp->CreateObject(kTIDADatabase);
+  rp->Rollback();
+  EXPECT_FALSE(rp->HasUncommittedChanges());
+  EXPECT_TRUE(extra.IsNullRef());
+  EXPECT_EQ(m.table->GetName(), "t");
+  EXPECT_FALSE(rp->GetObject(colID).IsNullRef());
+  EXPECT_EQ(Physical::Names(m.KeyColumns().Members()), (std::vector<VXString>{"a", "b"}));
+  EXPECT_EQ(rp->FindByUpgradeID(VXUpgradeID(ByteVector(16, 5))).GetID(), m.table.GetID());
+  EXPECT_TRUE(rp->FindByUpgradeID(VXUpgradeID(ByteVector(16, 6))).IsNullRef());
+  ByteVector hash;
+  rp->GetRepositoryProperty(kRepPropCustomizationHash, hash);
+  EXPECT_EQ(hash, (ByteVector{1, 2}));
+  // Relations in both directions: deleting a key column still takes it out of the key.
+  rp->DeleteObject(m.cols[0].GetID());
+  EXPECT_EQ(Physical::Names(m.KeyColumns().Members()), (std::vector<VXString>{"b"}));
+
+  // What a commit after a rollback keeps is what the next rollback returns to.
+  rp->Commit();
+  rp->DeleteObject(m.table.GetID());
+  rp->Rollback();
+  EXPECT_EQ(rp->ObjectCount(), 7u);  // the built-ins, the database, table, key and two columns
+  EXPECT_TRUE(rp->GetObject(m.cols[0].GetID()).IsNullRef());
+}
+
 TEST_F(StoreFile, BadFilesAndPasswordsGiveClearErrors) {
   ARpGateway::Create(path, "right");
   EXPECT_EQ(ErrorOf([&] { ARpGateway::Open(path, "wrong"); }), 99002u);
