@@ -31,7 +31,7 @@ const std::map<std::string, DocumentContent> kGenTypes = {
 };
 
 int RunGen(const GlobalOptions& g, const GenArgs& a) {
-  Repository rp = OpenRepository(g, a.repo);
+  Repository rp = OpenRepository(g, a.repo, Access::Read);
   GenerateOptions o;
   o.content = kGenTypes.at(a.type);
   o.objects = a.objects;

@@ -56,7 +56,8 @@ int DryRun(const Repository& rp, const LoadArgs& a) {
 }
 
 int RunLoad(const GlobalOptions& g, const LoadArgs& a) {
-  Repository rp = OpenRepository(g, a.repo);
+  // A dry run changes nothing, so it need not keep writers out.
+  Repository rp = OpenRepository(g, a.repo, a.dryRun ? Access::Read : Access::Write);
   if (a.dryRun) return DryRun(rp, a);
   LoadOptions o = ToLoadOptions(a);
   LoadReport report = rp.Load(ToPaths(a.files), o);

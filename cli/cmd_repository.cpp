@@ -14,7 +14,7 @@ void RegisterInit(CLI::App& app, GlobalOptions& g) {
   cmd->add_option("REPO", *path, "Repository file to create (must not exist)")->required();
   cmd->callback([&g, path] {
     g.exitCode = RunCommand(g, [&] {
-      Repository rp = Repository::Create(*path, RepositoryPassword(g));
+      Repository rp = Repository::Create(*path, RepositoryPassword(g), RepositoryOptions(g, Access::Write));
       if (!g.quiet) std::cout << "created " << *path << " (" << rp.ObjectCount() << " objects)\n";
       return kExitOK;
     });
@@ -43,7 +43,7 @@ void RegisterInfo(CLI::App& app, GlobalOptions& g) {
   cmd->add_flag("--json", *json, "Print a JSON object for machines");
   cmd->callback([&g, path, json] {
     g.exitCode = RunCommand(g, [&] {
-      Repository rp = OpenRepository(g, *path);
+      Repository rp = OpenRepository(g, *path, Access::Read);
       std::vector<ElementCount> rows = rp.CountByElement();
       // Security objects by name: few, and what an administrator checks first.
       std::vector<SecurityObject> security = rp.UsersAndGroups();

@@ -17,7 +17,7 @@ void RegisterSample(CLI::App& app, GlobalOptions& g) {
   cmd->add_option("--seed", opts->seed, "Seed: the same seed gives the same repository")->capture_default_str();
   cmd->callback([&g, path, opts] {
     g.exitCode = RunCommand(g, [&] {
-      Repository rp = Repository::Create(*path, RepositoryPassword(g));
+      Repository rp = Repository::Create(*path, RepositoryPassword(g), RepositoryOptions(g, Access::Write));
       uint64_t made = rp.AddSample(*opts);
       rp.Commit();
       if (!g.quiet) std::cout << "created " << *path << " with " << made << " objects (" << rp.ObjectCount() << " in all)\n";

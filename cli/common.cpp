@@ -1,5 +1,6 @@
 #include "cli/common.h"
 
+#include <chrono>
 #include <cstdio>
 #include <ctime>
 #include <fstream>
@@ -65,8 +66,15 @@ std::string RepositoryPassword(const GlobalOptions& g) {
   return *g.password;
 }
 
-Repository OpenRepository(const GlobalOptions& g, const std::string& path) {
-  return Repository::Open(path, RepositoryPassword(g));
+OpenOptions RepositoryOptions(const GlobalOptions& g, Access access) {
+  OpenOptions o;
+  o.access = access;
+  o.wait = std::chrono::milliseconds(static_cast<long long>(g.lockTimeout * 1000));
+  return o;
+}
+
+Repository OpenRepository(const GlobalOptions& g, const std::string& path, Access access) {
+  return Repository::Open(path, RepositoryPassword(g), RepositoryOptions(g, access));
 }
 
 }  // namespace qorl::cli

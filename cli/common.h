@@ -17,6 +17,7 @@ struct GlobalOptions {
   bool quiet = false;
   std::string logFile;
   std::optional<std::string> password;
+  double lockTimeout = 5;  // seconds to wait for another process's write lock or commit
   int exitCode = 0;
 };
 
@@ -27,7 +28,10 @@ enum ExitCode { kExitOK = 0, kExitFailure = 1, kExitUsage = 2 };
 int RunCommand(const GlobalOptions& g, const std::function<int()>& body);
 // The repository password from the options or the environment; throws if none.
 std::string RepositoryPassword(const GlobalOptions& g);
-Repository OpenRepository(const GlobalOptions& g, const std::string& path);
+// Commands that commit open for writing: they hold the file from their read
+// to their commit, and another writer waits for them.
+OpenOptions RepositoryOptions(const GlobalOptions& g, Access access);
+Repository OpenRepository(const GlobalOptions& g, const std::string& path, Access access);
 
 void RegisterInit(CLI::App& app, GlobalOptions& g);
 void RegisterInfo(CLI::App& app, GlobalOptions& g);

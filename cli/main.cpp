@@ -22,6 +22,11 @@ int main(int argc, char** argv) {
   app.add_option("--repository-password", global.password,
                  "Password of the repository (or set QORL_REPOSITORY_PASSWORD)")
       ->envname("QORL_REPOSITORY_PASSWORD");
+  app.add_option("--lock-timeout", global.lockTimeout,
+                 "Seconds to wait while another process writes the repository (or set QORL_LOCK_TIMEOUT)")
+      ->envname("QORL_LOCK_TIMEOUT")
+      ->check(CLI::Range(0.0, 86400.0))
+      ->capture_default_str();
 
   RegisterInit(app, global);
   RegisterInfo(app, global);

@@ -53,6 +53,13 @@ inline constexpr unsigned long kWrongRepositoryPassword = 99002;
 inline constexpr unsigned long kFileExists = 99007;
 inline constexpr unsigned long kNoRepositoryPassword = 99011;
 inline constexpr unsigned long kRepositoryClosed = 99021;
+// Another process committed to the file after this one read it; reopen and redo.
+inline constexpr unsigned long kRepositoryChanged = 99030;
+// Another process held the file's write lock, or was committing, for longer
+// than the wait; try again later.
+inline constexpr unsigned long kRepositoryBusy = 99031;
+// Readers still reading held back a commit for longer than the wait.
+inline constexpr unsigned long kRepositoryBeingRead = 99032;
 }  // namespace messages
 
 // The one exception type of the API. what() is FormatDiagnostics of its

@@ -7,8 +7,12 @@
 // Failures throw qorl::Error; loads and generations return reports (see
 // qorl/diagnostics.h). A Repository is not safe to use from two threads at
 // once.
+//
+// Other processes (or other Repository objects) may open the same file; see
+// Access for who waits for whom. A reader always sees one whole commit.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -33,15 +37,41 @@ struct SecurityObject {
   std::string qualifiedName;  // e.g. "Administrator"
 };
 
+// How an open Repository shares its file with other processes.
+enum class Access {
+  // Reads the file when opened (and at each Rollback) and holds no lock in
+  // between. A Commit still works, unless another process committed to the
+  // file since it was read: then it throws Error (messages::kRepositoryChanged)
+  // and writes nothing.
+  Read,
+  // Also holds the file's write lock from the open until Close, so that no
+  // other process can commit in between: another writer waits for it (and
+  // gives up after OpenOptions::wait), while readers go on reading the last
+  // commit. For programs that read, change and commit.
+  Write,
+};
+
+struct OpenOptions {
+  Access access = Access::Read;
+  // How long to wait for another process's write lock, or for its commit to
+  // finish, before giving up with Error (messages::kRepositoryBusy). A
+  // commit waits for readers still reading the file at least a minute
+  // (messages::kRepositoryBeingRead), as they soon let go; zero waits for
+  // nothing at all.
+  std::chrono::milliseconds wait{5000};
+};
+
 class Repository {
  public:
   // A new repository file, which must not exist, holding the built-in
   // security objects, committed. Secrets inside are encrypted under a key
   // derived from `password`.
-  static Repository Create(const std::filesystem::path& file, const std::string& password);
+  static Repository Create(const std::filesystem::path& file, const std::string& password,
+                           const OpenOptions& options = {});
   // An existing repository file; a wrong password, a foreign or damaged file,
   // or one written by a newer qorl throws Error.
-  static Repository Open(const std::filesystem::path& file, const std::string& password);
+  static Repository Open(const std::filesystem::path& file, const std::string& password,
+                         const OpenOptions& options = {});
 
   Repository(Repository&&) noexcept;
   Repository& operator=(Repository&&) noexcept;
@@ -50,11 +80,13 @@ class Repository {
 
   const std::filesystem::path& Path() const noexcept;
   bool IsOpen() const noexcept;
+  // Throws Error, and writes nothing, when another process committed since
+  // the file was read (Access::Read only) or holds the file past the wait.
   void Commit();
   void Rollback();
   bool HasUncommittedChanges() const;
-  // Drops the objects in memory, uncommitted changes with them. Every other
-  // call but Path and IsOpen then throws Error.
+  // Drops the objects in memory, uncommitted changes with them, and gives up
+  // the write lock. Every other call but Path and IsOpen then throws Error.
   void Close() noexcept;
 
   std::size_t ObjectCount() const;

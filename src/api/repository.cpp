@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <climits>
 #include <map>
 
 #include "api/convert.h"
@@ -14,17 +15,36 @@ Repository::Repository(Repository&&) noexcept = default;
 Repository& Repository::operator=(Repository&&) noexcept = default;
 Repository::~Repository() = default;
 
-Repository Repository::Create(const std::filesystem::path& file, const std::string& password) {
+namespace repository_detail {
+
+ARpGateway::Access ToAccess(Access a) { return a == Access::Write ? ARpGateway::Access::Write : ARpGateway::Access::Read; }
+
+// SQLite waits in whole milliseconds, up to INT_MAX.
+int WaitMs(std::chrono::milliseconds wait) {
+  return static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(wait.count(), 0, INT_MAX));
+}
+
+}  // namespace repository_detail
+
+Repository Repository::Create(const std::filesystem::path& file, const std::string& password,
+                              const OpenOptions& options) {
   auto impl = std::make_unique<Impl>();
   impl->path = file;
-  impl->rp = api::Translate([&] { return ARpGateway::Create(api::FromPath(file), VXString(password)); });
+  impl->rp = api::Translate([&] {
+    return ARpGateway::Create(api::FromPath(file), VXString(password), repository_detail::ToAccess(options.access),
+                              repository_detail::WaitMs(options.wait));
+  });
   return Repository(std::move(impl));
 }
 
-Repository Repository::Open(const std::filesystem::path& file, const std::string& password) {
+Repository Repository::Open(const std::filesystem::path& file, const std::string& password,
+                            const OpenOptions& options) {
   auto impl = std::make_unique<Impl>();
   impl->path = file;
-  impl->rp = api::Translate([&] { return ARpGateway::Open(api::FromPath(file), VXString(password)); });
+  impl->rp = api::Translate([&] {
+    return ARpGateway::Open(api::FromPath(file), VXString(password), repository_detail::ToAccess(options.access),
+                            repository_detail::WaitMs(options.wait));
+  });
   return Repository(std::move(impl));
 }
 

@@ -91,6 +91,9 @@ constexpr MessageDef kMessageCatalogue[] = {
     {99022, "Writing the document to the output stream failed."},
     {99023, "Line %1: the attribute %2=\"%3\" of <%4> is not a number in range; the default is taken."},
     {99024, "Line %1: the password of <%2> %3 is neither hexadecimal nor an encrypted value; the password is left empty."},
+    {99030, "The repository %1 was changed by another process since it was opened; nothing was written."},
+    {99031, "The repository %1 is in use by another process that is writing to it; try again when it has finished."},
+    {99032, "The repository %1 is being read by another process, so the changes could not be written; nothing was written. Try again when it has finished."},
 };
 
 constexpr bool IsMessageCatalogueOrdered() {

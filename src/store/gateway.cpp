@@ -65,32 +65,40 @@ std::unique_ptr<ARpGateway> ARpGateway::CreateInMemory(const VXString& password)
   return NewRepository(std::move(rp));
 }
 
-std::unique_ptr<ARpGateway> ARpGateway::Create(const VXString& path, const VXString& password) {
+std::unique_ptr<ARpGateway> ARpGateway::Create(const VXString& path, const VXString& password, Access access,
+                                               int waitMs) {
   std::unique_ptr<ARpGateway> rp(new ARpGateway());
   rp->m_path = path;
   rp->m_key = std::make_unique<crypto::AESKey>(crypto::NewKey(password));
-  rp->m_store = Persistence::CreateFile(path, crypto::MakeKeyCheck(*rp->m_key));
+  rp->m_store = Persistence::CreateFile(path, crypto::MakeKeyCheck(*rp->m_key), waitMs);
+  if (access == Access::Write) rp->m_store->HoldWriteLock();
+  rp->m_fileVersion = rp->m_store->Read([] {});
   return NewRepository(std::move(rp));
 }
 
-std::unique_ptr<ARpGateway> ARpGateway::Open(const VXString& path, const VXString& password) {
+std::unique_ptr<ARpGateway> ARpGateway::Open(const VXString& path, const VXString& password, Access access,
+                                             int waitMs) {
   std::unique_ptr<ARpGateway> rp(new ARpGateway());
   rp->m_path = path;
   ByteVector check;
-  rp->m_store = Persistence::OpenFile(path, check);
+  rp->m_store = Persistence::OpenFile(path, check, waitMs);
   crypto::AESKey key;
   if (!crypto::VerifyPasswordWithKeyCheck(password, check, key)) throw ErrorMessage(99002, path);
   rp->m_key = std::make_unique<crypto::AESKey>(key);
+  // Before the read: what a writer commits must be made from what it read.
+  if (access == Access::Write) rp->m_store->HoldWriteLock();
   rp->LoadFromFile();
   return rp;
 }
 
 void ARpGateway::LoadFromFile() {
   m_loading = true;
-  m_store->LoadProperties(m_props);
-  m_store->LoadObjects([this](const VoidID& id, const uint8_t* data, size_t n) { AdoptStored(id, data, n); });
-  m_store->LoadRelations([this](uint64_t owner, RelID rel, std::vector<VoidID>&& tuples) {
-    AdoptStoredRelation(owner, rel, std::move(tuples));
+  m_fileVersion = m_store->Read([this] {
+    m_store->LoadProperties(m_props);
+    m_store->LoadObjects([this](const VoidID& id, const uint8_t* data, size_t n) { AdoptStored(id, data, n); });
+    m_store->LoadRelations([this](uint64_t owner, RelID rel, std::vector<VoidID>&& tuples) {
+      AdoptStoredRelation(owner, rel, std::move(tuples));
+    });
   });
   m_loading = false;
 }
@@ -116,7 +124,7 @@ void ARpGateway::AdoptStoredRelation(uint64_t owner, RelID rel, std::vector<Void
 
 void ARpGateway::Commit() {
   if (!m_store) return CommitInMemory();
-  Persistence::Batch batch(*m_store);
+  Persistence::Batch batch(*m_store, m_fileVersion);
   ByteVector buf;
   for (uint64_t k : m_deleted) batch.DeleteObject(k);
   for (uint64_t k : m_dirty) {

@@ -24,16 +24,27 @@ enum : int {
 
 class ARpGateway {
  public:
+  // How an open repository file is shared with other processes. Read reads
+  // the file and holds no lock; a Commit then writes only if no one else
+  // committed since the read (else 99030). Write also holds the file's write
+  // lock until the gateway goes, so that no one else can commit in between;
+  // readers still read the last commit meanwhile.
+  enum class Access { Read, Write };
+  // How long to wait for another process's lock before giving up (99031).
+  static constexpr int kDefaultWaitMs = 5000;
+
   ~ARpGateway();
   ARpGateway(const ARpGateway&) = delete;
   ARpGateway& operator=(const ARpGateway&) = delete;
 
   // A new repository file (which must not exist) with the built-in security
   // objects, committed. Throws ErrorMessage.
-  static std::unique_ptr<ARpGateway> Create(const VXString& path, const VXString& password);
+  static std::unique_ptr<ARpGateway> Create(const VXString& path, const VXString& password,
+                                            Access access = Access::Read, int waitMs = kDefaultWaitMs);
   // Opens an existing repository file. A wrong password, a foreign or damaged
   // file, or one written by a newer qorl throws ErrorMessage.
-  static std::unique_ptr<ARpGateway> Open(const VXString& path, const VXString& password);
+  static std::unique_ptr<ARpGateway> Open(const VXString& path, const VXString& password,
+                                          Access access = Access::Read, int waitMs = kDefaultWaitMs);
   // A repository that lives in memory only. Commit writes nothing out, but
   // marks the state that Rollback goes back to, as for a file.
   static std::unique_ptr<ARpGateway> CreateInMemory(const VXString& password = VXString());
@@ -141,6 +152,7 @@ class ARpGateway {
   // An in-memory repository's committed state, in the form a file keeps it.
   struct Image;
   std::unique_ptr<Image> m_image;
+  int64_t m_fileVersion = 0;             // of the file as last read, for the next commit
   std::unique_ptr<crypto::AESKey> m_key;
   std::unordered_map<uint64_t, ARpObject*> m_objects;
   std::unordered_map<RelKey, std::vector<VoidID>, RelKeyHash> m_relations;

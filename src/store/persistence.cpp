@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "platform/error.h"
@@ -31,14 +32,30 @@ const char* kPragmas =
 }  // namespace
 
 Persistence::~Persistence() {
+  // Closing gives up the write lock, and whatever a failed batch left behind.
+  if (InTransaction()) sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
   for (sqlite3_stmt* st : {m_putObject, m_delObject, m_delObjectRels, m_putRel, m_delRel, m_putProp, m_delProp})
     if (st) sqlite3_finalize(st);
   sqlite3_close(m_db);
 }
 
+sqlite3* Persistence::OpenConnection(const VXString& path, int flags, int waitMs) {
+  sqlite3* db = nullptr;
+  if (sqlite3_open_v2(path.ToUTF8().c_str(), &db, flags, nullptr) != SQLITE_OK) {
+    VXString why(db ? sqlite3_errmsg(db) : "out of memory");
+    sqlite3_close(db);
+    throw ErrorMessage(99001, path, why);
+  }
+  // Set before the first statement: even reading the header waits for a commit.
+  sqlite3_busy_timeout(db, waitMs);
+  return db;
+}
+
 void Persistence::Fail(const char* what) {
   int code = sqlite3_errcode(m_db) & 0xFF;
   VXString detail = VXString(what) + ": " + VXString(sqlite3_errmsg(m_db));
+  // Still locked by another connection when the wait ran out.
+  if (code == SQLITE_BUSY) throw ErrorMessage(99031, m_path);
   if (code == SQLITE_NOTADB) throw ErrorMessage(99003, m_path);
   if (code == SQLITE_CORRUPT) throw ErrorMessage(99004, m_path, detail);
   throw ErrorMessage(99006, m_path, detail);
@@ -60,17 +77,13 @@ void Persistence::Step(sqlite3_stmt* st) {
   if (rc != SQLITE_DONE && rc != SQLITE_ROW) Fail("write failed");
 }
 
-std::unique_ptr<Persistence> Persistence::CreateFile(const VXString& path, const ByteVector& keyCheck) {
+std::unique_ptr<Persistence> Persistence::CreateFile(const VXString& path, const ByteVector& keyCheck, int waitMs) {
   std::string p = path.ToUTF8();
   std::error_code ec;
   if (std::filesystem::exists(p, ec)) throw ErrorMessage(99007, path);
-  sqlite3* db = nullptr;
-  if (sqlite3_open_v2(p.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr) != SQLITE_OK) {
-    VXString why(db ? sqlite3_errmsg(db) : "out of memory");
-    sqlite3_close(db);
-    throw ErrorMessage(99001, path, why);
-  }
+  sqlite3* db = OpenConnection(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, waitMs);
   std::unique_ptr<Persistence> ps(new Persistence(db, path));
+  ps->m_waitMs = waitMs;
   try {
     ps->Exec(kPragmas);
     ps->Exec("BEGIN");
@@ -95,22 +108,18 @@ std::unique_ptr<Persistence> Persistence::CreateFile(const VXString& path, const
   return ps;
 }
 
-std::unique_ptr<Persistence> Persistence::OpenFile(const VXString& path, ByteVector& keyCheck) {
+std::unique_ptr<Persistence> Persistence::OpenFile(const VXString& path, ByteVector& keyCheck, int waitMs) {
   std::string p = path.ToUTF8();
   std::error_code ec;
   if (!std::filesystem::is_regular_file(p, ec)) throw ErrorMessage(99001, path, VXString("no such file"));
-  sqlite3* db = nullptr;
-  if (sqlite3_open_v2(p.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
-    VXString why(db ? sqlite3_errmsg(db) : "out of memory");
-    sqlite3_close(db);
-    throw ErrorMessage(99001, path, why);
-  }
+  sqlite3* db = OpenConnection(path, SQLITE_OPEN_READWRITE, waitMs);
   std::unique_ptr<Persistence> ps(new Persistence(db, path));
+  ps->m_waitMs = waitMs;
   ps->Exec(kPragmas);
   sqlite3_stmt* st = nullptr;
   if (sqlite3_prepare_v2(db, "SELECT key, value FROM qorl_meta", -1, &st, nullptr) != SQLITE_OK) {
     int code = sqlite3_errcode(db) & 0xFF;
-    if (code == SQLITE_CORRUPT) ps->Fail("reading the header");
+    if (code == SQLITE_CORRUPT || code == SQLITE_BUSY) ps->Fail("reading the header");
     throw ErrorMessage(99003, path);  // an SQLite file, but not ours, or not SQLite at all
   }
   std::string format, version;
@@ -131,6 +140,46 @@ std::unique_ptr<Persistence> Persistence::OpenFile(const VXString& path, ByteVec
   if (fileVersion <= 0 || !haveCheck) throw ErrorMessage(99004, path, VXString("the header is incomplete"));
   if (fileVersion > kFormatVersion) throw ErrorMessage(99005, path, fileVersion, kFormatVersion);
   return ps;
+}
+
+bool Persistence::InTransaction() const { return sqlite3_get_autocommit(m_db) == 0; }
+
+int64_t Persistence::Version() {
+  sqlite3_stmt* st = Prepare("PRAGMA data_version");
+  int rc = sqlite3_step(st);
+  int64_t v = rc == SQLITE_ROW ? sqlite3_column_int64(st, 0) : 0;
+  sqlite3_finalize(st);
+  if (rc != SQLITE_ROW) Fail("reading the version");
+  return v;
+}
+
+void Persistence::BeginWrite(int waitMs) {
+  sqlite3_busy_timeout(m_db, waitMs);
+  int rc = sqlite3_exec(m_db, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
+  sqlite3_busy_timeout(m_db, m_waitMs);
+  if (rc != SQLITE_OK) Fail("taking the write lock");
+}
+
+void Persistence::HoldWriteLock() {
+  if (!InTransaction()) BeginWrite(m_waitMs);
+  m_holdLock = true;
+}
+
+int64_t Persistence::Read(const std::function<void()>& read) {
+  // Under the write lock the file cannot change; otherwise a transaction of
+  // its own keeps another connection's commit from landing between reads.
+  bool own = !InTransaction();
+  if (own) Exec("BEGIN");
+  int64_t version;
+  try {
+    read();
+    version = Version();
+  } catch (...) {
+    if (own) sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
+    throw;
+  }
+  if (own) Exec("COMMIT");
+  return version;
 }
 
 void Persistence::LoadProperties(std::unordered_map<int, ByteVector>& props) {
@@ -180,7 +229,7 @@ void Persistence::LoadRelations(const std::function<void(uint64_t, RelID, std::v
 
 // ---- commit ---------------------------------------------------------------
 
-Persistence::Batch::Batch(Persistence& p) : m_p(p) {
+Persistence::Batch::Batch(Persistence& p, int64_t readVersion) : m_p(p) {
   if (!p.m_putObject) {
     p.m_putObject = p.Prepare("INSERT OR REPLACE INTO qorl_objects(id, data) VALUES(?, ?)");
     p.m_delObject = p.Prepare("DELETE FROM qorl_objects WHERE id = ?");
@@ -190,11 +239,34 @@ Persistence::Batch::Batch(Persistence& p) : m_p(p) {
     p.m_putProp = p.Prepare("INSERT OR REPLACE INTO qorl_properties(id, value) VALUES(?, ?)");
     p.m_delProp = p.Prepare("DELETE FROM qorl_properties WHERE id = ?");
   }
-  p.Exec("BEGIN IMMEDIATE");
+  if (!p.InTransaction()) p.BeginWrite(p.m_waitMs);
+  // Another connection committed after our read: what we would write was
+  // made from a file that is no longer there.
+  bool changed;
+  try {
+    changed = p.Version() != readVersion;
+  } catch (...) {
+    End();
+    throw;
+  }
+  if (changed) {
+    End();
+    throw ErrorMessage(99030, p.m_path);
+  }
 }
 
-Persistence::Batch::~Batch() {
-  if (!m_done) sqlite3_exec(m_p.m_db, "ROLLBACK", nullptr, nullptr, nullptr);
+Persistence::Batch::~Batch() { End(); }
+
+void Persistence::Batch::End() noexcept {
+  if (!m_done && m_p.InTransaction()) sqlite3_exec(m_p.m_db, "ROLLBACK", nullptr, nullptr, nullptr);
+  m_done = true;
+  // Taken again only if free right now: a writer that was waiting for it may
+  // have got it first, and then the next batch finds the file changed.
+  if (m_p.m_holdLock && !m_p.InTransaction()) {
+    sqlite3_busy_timeout(m_p.m_db, 0);
+    sqlite3_exec(m_p.m_db, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
+    sqlite3_busy_timeout(m_p.m_db, m_p.m_waitMs);
+  }
 }
 
 void Persistence::Batch::PutObject(uint64_t key, const ByteVector& data) {
@@ -238,8 +310,17 @@ void Persistence::Batch::DeleteProperty(int id) {
 }
 
 void Persistence::Batch::Commit() {
-  m_p.Exec("COMMIT");
+  // Readers that were reading when the commit began hold it back. They read
+  // once and let go, so waiting for them beats throwing the batch away.
+  sqlite3_busy_timeout(m_p.m_db, m_p.m_waitMs == 0 ? 0 : std::max(m_p.m_waitMs, kReaderWaitMs));
+  int rc = sqlite3_exec(m_p.m_db, "COMMIT", nullptr, nullptr, nullptr);
+  sqlite3_busy_timeout(m_p.m_db, m_p.m_waitMs);
+  if (rc != SQLITE_OK) {
+    if ((sqlite3_errcode(m_p.m_db) & 0xFF) == SQLITE_BUSY) throw ErrorMessage(99032, m_p.m_path);
+    m_p.Fail("commit failed");
+  }
   m_done = true;
+  End();
 }
 
 }  // namespace qorl

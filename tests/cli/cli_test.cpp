@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <string>
 
 #include "qorl/repository.h"
@@ -16,11 +17,15 @@ struct Result {
   std::string out;
 };
 
-// Runs the qorl command with stderr folded into the output.
-Result RunQorl(const std::string& args, const std::string& env = "") {
+// Starts the qorl command with stderr folded into the output; it runs until
+// FinishQorl reads what it wrote.
+FILE* StartQorl(const std::string& args, const std::string& env = "") {
   std::string cmd = env + " '" QORL_CLI_PATH "' " + args + " 2>&1";
+  return popen(cmd.c_str(), "r");
+}
+
+Result FinishQorl(FILE* p) {
   Result r{0, ""};
-  FILE* p = popen(cmd.c_str(), "r");
   std::array<char, 4096> buf;
   size_t n;
   while ((n = fread(buf.data(), 1, buf.size(), p)) > 0) r.out.append(buf.data(), n);
@@ -28,6 +33,8 @@ Result RunQorl(const std::string& args, const std::string& env = "") {
   r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   return r;
 }
+
+Result RunQorl(const std::string& args, const std::string& env = "") { return FinishQorl(StartQorl(args, env)); }
 
 class Cli : public ::testing::Test {
  protected:
@@ -183,6 +190,68 @@ TEST_F(Cli, ValidationRejectsUnknownElementsWithTheirLine) {
   Result strict = RunQorl("load --validate '" + repo + "' '" + doc + "' --repository-password pw");
   EXPECT_NE(strict.code, 0);
   EXPECT_NE(strict.out.find("Line 4"), std::string::npos) << strict.out;
+}
+
+// Two loads into one repository at the same time, again and again: both
+// land, or one is refused with a clear message and the other lands whole.
+// Never does one silently lose the other's objects or reuse its ids.
+TEST_F(Cli, OverlappingLoadsNeverLoseObjects) {
+  auto declare = [&](const std::string& prefix, int n) {
+    std::string path = (dir / (prefix + ".xml")).string();
+    std::ofstream out(path);
+    out << "<?xml version='1.0' encoding='UTF-8'?>\n<Repository>\n<DECLARE>\n";
+    for (int i = 0; i < n; ++i) out << "<Variable name=\"" << prefix << i << "\">\n</Variable>\n";
+    out << "</DECLARE>\n</Repository>\n";
+    return path;
+  };
+  struct Load {
+    std::string doc, prefix;
+    int count;
+  };
+  // The big one keeps the repository long enough for the small one to meet it.
+  const Load loads[] = {{declare("big", 5000), "big", 5000}, {declare("small", 10), "small", 10}};
+  int both = 0, refused = 0;
+  for (int round = 0; round < 10; ++round) {
+    std::string r = (dir / ("r" + std::to_string(round) + ".db")).string();
+    ASSERT_EQ(RunQorl("init '" + r + "' --repository-password pw").code, 0);
+    // Half the rounds wait for nothing, so that the loads collide.
+    std::string env = round % 2 ? "QORL_LOCK_TIMEOUT=0" : "";
+    FILE* running[2];
+    for (int i = 0; i < 2; ++i) running[i] = StartQorl("load '" + r + "' '" + loads[i].doc + "' --repository-password pw", env);
+    Result results[2] = {FinishQorl(running[0]), FinishQorl(running[1])};
+    Result gen = RunQorl("gen '" + r + "' --repository-password pw");
+    ASSERT_EQ(gen.code, 0) << gen.out;
+    // <Variable name="N" id="I">
+    std::set<std::string> names, ids;
+    const std::string head = "<Variable name=\"";
+    for (size_t at = gen.out.find(head); at != std::string::npos; at = gen.out.find(head, at + 1)) {
+      size_t name = at + head.size(), nameEnd = gen.out.find('"', name);
+      size_t id = nameEnd + 6, idEnd = gen.out.find('"', id);
+      ASSERT_EQ(gen.out.compare(nameEnd, 6, "\" id=\""), 0) << gen.out.substr(at, 80);
+      names.insert(gen.out.substr(name, nameEnd - name));
+      EXPECT_TRUE(ids.insert(gen.out.substr(id, idEnd - id)).second) << "round " << round << ": an id twice";
+    }
+    for (int i = 0; i < 2; ++i) {
+      const Result& res = results[i];
+      int present = 0;
+      for (int k = 0; k < loads[i].count; ++k) present += names.count(loads[i].prefix + std::to_string(k)) != 0;
+      if (res.code == 0) {
+        EXPECT_EQ(present, loads[i].count) << "round " << round << ": " << loads[i].prefix << " loaded, yet lost objects";
+      } else {
+        ++refused;
+        EXPECT_EQ(present, 0) << "round " << round << ": " << loads[i].prefix << " failed, yet left objects";
+        EXPECT_TRUE(res.out.find("is in use by another process that is writing to it") != std::string::npos ||
+                    res.out.find("was changed by another process") != std::string::npos)
+            << res.out;
+        EXPECT_EQ(res.out.find("database is locked"), std::string::npos) << res.out;
+      }
+    }
+    both += results[0].code == 0 && results[1].code == 0;
+    EXPECT_FALSE(results[0].code != 0 && results[1].code != 0) << "round " << round << ": both refused";
+  }
+  // Waiting, the loads follow each other; not waiting, they meet.
+  EXPECT_GT(both, 0);
+  EXPECT_GT(refused, 0);
 }
 
 }  // namespace

@@ -1,7 +1,12 @@
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <set>
+#include <thread>
 
 #include "platform/crypto.h"
 #include "platform/error.h"
@@ -425,6 +430,142 @@ TEST_F(StoreFile, TheRepositoryKeepsItsKeyCountAndOlderRepositoriesStillOpen) {
   ASSERT_TRUE(MetadataUtil::DecryptAESPassword(old.get(), fresh, out));
   EXPECT_TRUE(MetadataUtil::DecryptAESPassword(VXString("old password"), fresh, out));
   EXPECT_EQ(out, secret);
+}
+
+// ---- several connections on one file ----------------------------------------
+
+std::set<std::string> DatabaseNames(ARpGateway& rp) {
+  std::set<std::string> out;
+  rp.ForEachObject([&](ARpObject* o) {
+    if (o->GetTypeID() == kTIDADatabase) out.insert(o->GetName().ToUTF8());
+  });
+  return out;
+}
+
+void AddDatabase(ARpGateway& rp, const char* name) { rp.CreateObject(kTIDADatabase)->SetName(name); }
+
+std::string FileBytes(const VXString& path) {
+  std::ifstream in(path.ToUTF8(), std::ios::binary);
+  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+// A bare SQLite connection, standing for another process at a chosen step.
+struct OtherConnection {
+  explicit OtherConnection(const VXString& path) { sqlite3_open_v2(path.ToUTF8().c_str(), &db, SQLITE_OPEN_READWRITE, nullptr); }
+  ~OtherConnection() { sqlite3_close(db); }
+  int Exec(const char* sql) { return sqlite3_exec(db, sql, nullptr, nullptr, nullptr); }
+  sqlite3* db = nullptr;
+};
+
+using Access = ARpGateway::Access;
+
+TEST_F(StoreFile, ACommitMadeFromAnOutdatedReadIsRefusedAndWritesNothing) {
+  ARpGateway::Create(path, "pw");
+  auto a = ARpGateway::Open(path, "pw");
+  auto b = ARpGateway::Open(path, "pw");
+  AddDatabase(*b, "b");
+  b->Commit();
+  std::string afterB = FileBytes(path);
+  // a's new object would take the id b's already has.
+  AddDatabase(*a, "a");
+  EXPECT_EQ(ErrorOf([&] { a->Commit(); }), 99030u);
+  EXPECT_EQ(FileBytes(path), afterB);
+  EXPECT_TRUE(a->HasUncommittedChanges());
+
+  // Rolling back reads the file as b left it; from there a commits.
+  a->Rollback();
+  EXPECT_EQ(DatabaseNames(*a), (std::set<std::string>{"b"}));
+  AddDatabase(*a, "a");
+  a->Commit();
+  AddDatabase(*b, "late");
+  EXPECT_EQ(ErrorOf([&] { b->Commit(); }), 99030u);
+
+  // Any other connection's commit counts, not only the store's own.
+  OtherConnection other(path);
+  ASSERT_EQ(other.Exec("INSERT INTO qorl_properties(id, value) VALUES(999, x'00')"), SQLITE_OK);
+  AddDatabase(*a, "after");
+  EXPECT_EQ(ErrorOf([&] { a->Commit(); }), 99030u);
+
+  auto check = ARpGateway::Open(path, "pw");
+  EXPECT_EQ(DatabaseNames(*check), (std::set<std::string>{"a", "b"}));
+}
+
+TEST_F(StoreFile, AWriterKeepsOtherWritersOutButNotReaders) {
+  ARpGateway::Create(path, "pw");
+  auto w = ARpGateway::Open(path, "pw", Access::Write);
+  auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(ErrorOf([&] { ARpGateway::Open(path, "pw", Access::Write, 200); }), 99031u);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));  // it did wait
+
+  // A reader that will not wait at all still reads; its commit has to wait.
+  auto r = ARpGateway::Open(path, "pw", Access::Read, 0);
+  AddDatabase(*r, "r");
+  EXPECT_EQ(ErrorOf([&] { r->Commit(); }), 99031u);
+
+  AddDatabase(*w, "w1");
+  w->Commit();
+  AddDatabase(*w, "dropped");
+  w->Rollback();
+  EXPECT_EQ(DatabaseNames(*w), (std::set<std::string>{"w1"}));
+  // Neither the commit nor the rollback let go of the lock.
+  EXPECT_EQ(ErrorOf([&] { ARpGateway::Open(path, "pw", Access::Write, 0); }), 99031u);
+  AddDatabase(*w, "w2");
+  w->Commit();
+  EXPECT_EQ(DatabaseNames(*ARpGateway::Open(path, "pw", Access::Read, 0)), (std::set<std::string>{"w1", "w2"}));
+
+  w.reset();
+  // r read before w's commits.
+  EXPECT_EQ(ErrorOf([&] { r->Commit(); }), 99030u);
+  auto next = ARpGateway::Open(path, "pw", Access::Write, 0);
+  EXPECT_EQ(DatabaseNames(*next), (std::set<std::string>{"w1", "w2"}));
+
+  // A new file is held from its creation on when asked to be.
+  VXString fresh((dir / "fresh.db").string());
+  auto created = ARpGateway::Create(fresh, "pw", Access::Write);
+  EXPECT_EQ(ErrorOf([&] { ARpGateway::Open(fresh, "pw", Access::Write, 0); }), 99031u);
+}
+
+TEST_F(StoreFile, ReadersWaitForACommitAndACommitWaitsForReaders) {
+  ARpGateway::Create(path, "pw");
+  {
+    // Another process in the middle of its commit.
+    OtherConnection committing(path);
+    ASSERT_EQ(committing.Exec("BEGIN EXCLUSIVE"), SQLITE_OK);
+    EXPECT_EQ(ErrorOf([&] { ARpGateway::Open(path, "pw", Access::Read, 100); }), 99031u);
+    std::thread finish([&] {
+      std::this_thread::sleep_for(std::chrono::milliseconds(300));
+      committing.Exec("COMMIT");
+    });
+    std::unique_ptr<ARpGateway> r;
+    EXPECT_EQ(ErrorOf([&] { r = ARpGateway::Open(path, "pw", Access::Read, 10000); }), 0u);
+    finish.join();
+    EXPECT_TRUE(r && r->ObjectCount() == 2u);
+  }
+  // A commit waits for a reader that is still reading, longer than for a lock.
+  OtherConnection reader(path);
+  auto w = ARpGateway::Open(path, "pw", Access::Write, 100);
+  AddDatabase(*w, "w");
+  ASSERT_EQ(reader.Exec("BEGIN; SELECT count(*) FROM qorl_objects;"), SQLITE_OK);
+  std::thread done([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    reader.Exec("COMMIT");
+  });
+  EXPECT_EQ(ErrorOf([&] { w->Commit(); }), 0u);
+  done.join();
+  w.reset();
+
+  // Told not to wait, it gives up at once and writes nothing.
+  auto impatient = ARpGateway::Open(path, "pw", Access::Write, 0);
+  AddDatabase(*impatient, "impatient");
+  ASSERT_EQ(reader.Exec("BEGIN; SELECT count(*) FROM qorl_objects;"), SQLITE_OK);
+  std::string before = FileBytes(path);
+  EXPECT_EQ(ErrorOf([&] { impatient->Commit(); }), 99032u);
+  EXPECT_EQ(FileBytes(path), before);
+  EXPECT_FALSE(std::filesystem::exists(path.ToUTF8() + "-journal"));
+  ASSERT_EQ(reader.Exec("COMMIT"), SQLITE_OK);
+  impatient->Commit();
+  EXPECT_EQ(ErrorOf([&] { ARpGateway::Open(path, "pw", Access::Write, 0); }), 99031u);
+  EXPECT_EQ(DatabaseNames(*ARpGateway::Open(path, "pw")), (std::set<std::string>{"w", "impatient"}));
 }
 
 TEST(Store, UniqueNamesAvoidSiblings) {
