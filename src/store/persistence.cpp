@@ -98,7 +98,10 @@ std::unique_ptr<Persistence> Persistence::CreateFile(const VXString& path, const
 std::unique_ptr<Persistence> Persistence::OpenFile(const VXString& path, ByteVector& keyCheck) {
   std::string p = path.ToUTF8();
   std::error_code ec;
-  if (!std::filesystem::is_regular_file(p, ec)) throw ErrorMessage(99001, path, VXString("no such file"));
+  std::filesystem::file_status status = std::filesystem::status(p, ec);
+  if (!std::filesystem::exists(status)) throw ErrorMessage(99031, path);
+  if (std::filesystem::is_directory(status)) throw ErrorMessage(99032, path);
+  if (!std::filesystem::is_regular_file(status)) throw ErrorMessage(99003, path);
   sqlite3* db = nullptr;
   if (sqlite3_open_v2(p.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
     VXString why(db ? sqlite3_errmsg(db) : "out of memory");
