@@ -140,7 +140,7 @@ int RunCommand(const GlobalOptions& g, const std::function<int()>& body) {
     log = std::make_unique<std::ofstream>(g.logFile, std::ios::app);
     if (!*log) {
       common_detail::WriteStderr(&g, common_detail::CatalogueDiagnostic(messages::kCannotWriteFile, {g.logFile}));
-      return kExitFailure;
+      return kExitUsage;
     }
   }
   common_detail::Reporter reporter{&g, log.get()};

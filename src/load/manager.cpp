@@ -878,7 +878,7 @@ void QORLObjectManager::DecryptAESPassword(const VXString& objectName, const VXS
 void QORLObjectManager::PasswordError(const ErrorMessage& e) {
   m_bIsPasswordError = true;
   if (m_bExitOnPasswordError) ThrowOrLogError(e, !m_bIgnoreQORLErrors);
-  else ServerLog::LogWarning(e.GetText(), 1);
+  else ServerLog::LogWarning(e);
 }
 
 bool QORLObjectManager::PasswordsCanBeDecrypted(const VXString& password, const VXString& aes) {

@@ -62,6 +62,10 @@ void PushInputContext(ErrorMessage& e, QORLParser::InputType type, const VXStrin
   if (type == QORLParser::QORLFile || type == QORLParser::TDFXMLFile) e.PushErrorMessage(99018, input);
 }
 
+}  // namespace
+
+namespace parser_detail {
+
 // A document that is missing, a directory or unreadable says so before the
 // parser would call it a malformed document at line 0.
 void CheckInputFile(QORLParser::InputType type, const VXString& path) {
@@ -81,7 +85,7 @@ VXString DocumentOf(QORLParser::InputType type, const VXString& input) {
   return type == QORLParser::QORLFile || type == QORLParser::TDFXMLFile ? input : VXString();
 }
 
-}  // namespace
+}  // namespace parser_detail
 
 bool QORLParser::ExecuteQORL(ARpGateway* pGateway, const VXStringVector& files, const VXStringVector& filePasswords,
                              ErrorMessage& errorMsg, VXString& warningMsg, InputType fileOrDirType,
@@ -216,12 +220,12 @@ bool QORLParser::ExecuteTransactionalXMLforQORL(ARpGateway* pGateway, const VXSt
   delIds.clear();
   for (size_t i = 0; i < inputs.size(); ++i) {
     const VXString& input = inputs[i];
-    const VXString document = DocumentOf(type, input);
+    const VXString document = parser_detail::DocumentOf(type, input);
     ServerLog::DocumentScope scope(document);
     bool parsed = false;
     try {
       if (type == QORLFile) ServerLog::LogNotification(SUStrUtil::LoadMsgStringOnly(92016, input), 1);
-      CheckInputFile(type, input);
+      parser_detail::CheckInputFile(type, input);
       manager.Cleanup();
       manager.PopulateAllObjects();
       manager.SetCurrentFile(type == QORLFile ? input : VXString());
@@ -289,11 +293,11 @@ bool QORLParser::GatherDeclObjectsQualifiedNameTypeIDs(ARpGateway* pGateway, con
   manager.m_bIgnoreQORLErrors = bIgnoreQORLErrors;
   if (!bIgnoreQORLErrors) reader.EnableValidation(schema, false);
   reader.SetHandlers(&manager, &manager, &manager);
-  const VXString document = DocumentOf(type, input);
+  const VXString document = parser_detail::DocumentOf(type, input);
   ServerLog::DocumentScope scope(document);
   bool ok = true;
   try {
-    CheckInputFile(type, input);
+    parser_detail::CheckInputFile(type, input);
     ParseInput(reader, type, input);
   } catch (ErrorMessage& e) {
     PushInputContext(e, type, input);
@@ -331,7 +335,7 @@ bool QORLParser::IsPasswordCorrect(ARpGateway* pGateway, const VXStringVector& f
   for (size_t i = 0; i < files.size(); ++i) {
     ServerLog::DocumentScope scope(files[i]);
     try {
-      CheckInputFile(QORLFile, files[i]);
+      parser_detail::CheckInputFile(QORLFile, files[i]);
       manager.Cleanup();
       manager.PopulateAllObjects();
       reader.ParseFile(files[i]);

@@ -27,9 +27,6 @@ void DefaultLogSink(const ServerLog::Record& r) {
   std::fwrite(out.data(), 1, out.size(), stderr);
 }
 
-thread_local const VXString* t_document = nullptr;
-const VXString kNoDocument;
-
 // Callers log from their own threads; the sink itself is swapped rarely.
 std::mutex& LogSinkMutex() {
   static std::mutex m;
@@ -43,6 +40,14 @@ ServerLog::Sink& CurrentLogSink() {
 
 }  // namespace
 
+namespace serverlog_detail {
+
+// The document of the innermost DocumentScope of this thread.
+thread_local const VXString* t_document = nullptr;
+const VXString kNoDocument;
+
+}  // namespace serverlog_detail
+
 ServerLog::Sink ServerLog::SetSink(Sink sink) {
   std::lock_guard<std::mutex> lock(LogSinkMutex());
   Sink previous = std::move(CurrentLogSink());
@@ -50,9 +55,11 @@ ServerLog::Sink ServerLog::SetSink(Sink sink) {
   return previous;
 }
 
-ServerLog::DocumentScope::DocumentScope(const VXString& document) : m_previous(t_document) { t_document = &document; }
+ServerLog::DocumentScope::DocumentScope(const VXString& document) : m_previous(serverlog_detail::t_document) {
+  serverlog_detail::t_document = &document;
+}
 
-ServerLog::DocumentScope::~DocumentScope() { t_document = m_previous; }
+ServerLog::DocumentScope::~DocumentScope() { serverlog_detail::t_document = m_previous; }
 
 void ServerLog::Write(Kind kind, int level, const VXString& text, unsigned long code, const ErrorMessage* error) {
   Sink sink;
@@ -60,14 +67,19 @@ void ServerLog::Write(Kind kind, int level, const VXString& text, unsigned long 
     std::lock_guard<std::mutex> lock(LogSinkMutex());
     sink = CurrentLogSink();
   }
-  sink(Record{kind, level, code, text, t_document ? *t_document : kNoDocument, error});
+  const VXString* document = serverlog_detail::t_document;
+  sink(Record{kind, level, code, text, document ? *document : serverlog_detail::kNoDocument, error});
 }
 
-void ServerLog::LogError(const ErrorMessage& e) {
+void ServerLog::LogError(const ErrorMessage& e) { LogWhole(kError, e); }
+
+void ServerLog::LogWarning(const ErrorMessage& e) { LogWhole(kWarning, e); }
+
+void ServerLog::LogWhole(Kind kind, const ErrorMessage& e) {
   if (!e.HasMessages()) return;
   VXString text;
   e.RetrieveErrorMessages(text);
-  Write(kError, 1, text, e.Entries().front().number, &e);
+  Write(kind, 1, text, e.Entries().front().number, &e);
 }
 
 void ServerLog::LogError(const VXString& text, int level) { Write(kError, level, text); }

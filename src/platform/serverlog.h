@@ -50,6 +50,9 @@ class ServerLog {
   static void LogError(const ErrorMessage& e);
   static void LogError(const VXString& text, int level);
   static void LogWarning(const VXString& text, int level);
+  // A warning with its place and context: an ErrorMessage, located with
+  // SetLocation, that the load passes over.
+  static void LogWarning(const ErrorMessage& e);
   template <class... A>
   static void LogWarning(unsigned long number, int level, const A&... args) {
     Write(kWarning, level, SUStrUtil::LoadMsgStringOnly(number, args...), number);
@@ -65,6 +68,7 @@ class ServerLog {
  private:
   static void Write(Kind kind, int level, const VXString& text, unsigned long code = 0,
                     const ErrorMessage* error = nullptr);
+  static void LogWhole(Kind kind, const ErrorMessage& e);
 };
 
 // Test helper: collects everything logged while it lives, then puts the

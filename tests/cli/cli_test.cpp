@@ -319,6 +319,7 @@ TEST_F(Cli, UsageErrorsExitTwoAndHelpExplainsEachSubcommand) {
   EXPECT_EQ(RunQorl("gen '" + repo + "' --type nonsense --repository-password pw").code, 2);
   EXPECT_EQ(RunQorl("--diagnostics xml info '" + repo + "' --repository-password pw").code, 2);
   EXPECT_EQ(RunQorl("info '" + repo + "' --no-such-option --repository-password pw").code, 2);
+  EXPECT_EQ(RunQorl("--log '" + (dir / "no" / "x.log").string() + "' info '" + repo + "' --repository-password pw").code, 2);
   Result noPassword = RunQorl("info '" + repo + "'", "env -u QORL_REPOSITORY_PASSWORD");
   EXPECT_EQ(noPassword.code, 2);
   EXPECT_NE(noPassword.out.find("[99011]"), std::string::npos) << noPassword.out;
