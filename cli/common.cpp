@@ -21,8 +21,8 @@ namespace common_detail {
 
 // Message numbers of the catalogue that the command raises itself.
 constexpr unsigned long kNoRepositoryPassword = messages::kNoRepositoryPassword;
-constexpr unsigned long kPasswordFileUnreadable = 99033;
-constexpr unsigned long kStandardInputUnreadable = 99034;
+constexpr unsigned long kPasswordFileUnreadable = 99037;
+constexpr unsigned long kStandardInputUnreadable = 99038;
 
 // The command that runs: its options and its log file.
 struct Reporter {

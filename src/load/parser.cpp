@@ -72,10 +72,10 @@ void CheckInputFile(QORLParser::InputType type, const VXString& path) {
   if (type != QORLParser::QORLFile && type != QORLParser::TDFXMLFile) return;
   std::error_code ec;
   std::filesystem::file_status st = std::filesystem::status(path.ToUTF8(), ec);
-  if (!std::filesystem::exists(st)) throw ErrorMessage(92031);
-  if (std::filesystem::is_directory(st)) throw ErrorMessage(92032);
+  if (!std::filesystem::exists(st)) throw ErrorMessage(92035);
+  if (std::filesystem::is_directory(st)) throw ErrorMessage(92036);
   std::FILE* f = std::fopen(path.ToUTF8().c_str(), "rb");
-  if (!f) throw ErrorMessage(92033, std::string(std::strerror(errno)));
+  if (!f) throw ErrorMessage(92037, std::string(std::strerror(errno)));
   std::fclose(f);
 }
 

@@ -45,9 +45,9 @@ constexpr MessageDef kMessageCatalogue[] = {
     {92018, "Line %1: elements are nested more than %2 levels deep."},
     {92019, "Line %1: the attribute %2 of <%3> is longer than %4 characters."},
     {92020, "Line %1: the text in <%2> is longer than %3 characters."},
-    {92031, "The file does not exist."},
-    {92032, "This is a directory, not a document."},
-    {92033, "The file cannot be read: %1."},
+    {92035, "The file does not exist."},
+    {92036, "This is a directory, not a document."},
+    {92037, "The file cannot be read: %1."},
     {94230, "Could not open the file %1 to find out whether it is a fine-grained document."},
     {94339, "An encrypted value in the document cannot be decrypted with the old password."},
     {94396, "Nothing to generate: neither object types nor objects were given."},
@@ -92,10 +92,10 @@ constexpr MessageDef kMessageCatalogue[] = {
     {99022, "Writing the document to the output stream failed."},
     {99023, "Line %1: the attribute %2=\"%3\" of <%4> is not a number in range; the default is taken."},
     {99024, "Line %1: the password of <%2> %3 is neither hexadecimal nor an encrypted value; the password is left empty."},
-    {99031, "The repository file %1 does not exist."},
-    {99032, "%1 is a directory, not a repository file."},
-    {99033, "The password file cannot be read: %1."},
-    {99034, "Standard input cannot be read: %1."},
+    {99035, "The repository file %1 does not exist."},
+    {99036, "%1 is a directory, not a repository file."},
+    {99037, "The password file cannot be read: %1."},
+    {99038, "Standard input cannot be read: %1."},
 };
 
 constexpr bool IsMessageCatalogueOrdered() {

@@ -99,8 +99,8 @@ std::unique_ptr<Persistence> Persistence::OpenFile(const VXString& path, ByteVec
   std::string p = path.ToUTF8();
   std::error_code ec;
   std::filesystem::file_status status = std::filesystem::status(p, ec);
-  if (!std::filesystem::exists(status)) throw ErrorMessage(99031, path);
-  if (std::filesystem::is_directory(status)) throw ErrorMessage(99032, path);
+  if (!std::filesystem::exists(status)) throw ErrorMessage(99035, path);
+  if (std::filesystem::is_directory(status)) throw ErrorMessage(99036, path);
   if (!std::filesystem::is_regular_file(status)) throw ErrorMessage(99003, path);
   sqlite3* db = nullptr;
   if (sqlite3_open_v2(p.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {

@@ -160,7 +160,7 @@ TEST_F(Api, AMalformedDocumentGivesTheParsersLine) {
     EXPECT_EQ(CheckPassword({path}, "x").errors.at(0).code, code);
   }
   EXPECT_EQ(FormatDiagnostics(rp.Load({dir / "none.xml"}).errors),
-            (dir / "none.xml").string() + ": error: The file does not exist. [92031]");
+            (dir / "none.xml").string() + ": error: The file does not exist. [92035]");
 
   // Passed over with ignoreErrors: loaded, and the error is still reported.
   LoadOptions o;

@@ -85,9 +85,9 @@ TEST_F(Cli, FailuresExitNonZeroWithTheReasonOnStderr) {
   // info tells a directory from a missing file.
   Result directory = RunQorl("info '" + dir.string() + "' --repository-password right");
   EXPECT_EQ(directory.code, 1);
-  EXPECT_EQ(directory.out, "qorl: error: " + dir.string() + " is a directory, not a repository file. [99032]\n");
+  EXPECT_EQ(directory.out, "qorl: error: " + dir.string() + " is a directory, not a repository file. [99036]\n");
   Result missing = RunQorl("info '" + (dir / "none.db").string() + "' --repository-password right");
-  EXPECT_EQ(missing.out, "qorl: error: The repository file " + (dir / "none.db").string() + " does not exist. [99031]\n");
+  EXPECT_EQ(missing.out, "qorl: error: The repository file " + (dir / "none.db").string() + " does not exist. [99035]\n");
 }
 
 TEST_F(Cli, GenWritesTheRepositoryOrChosenObjects) {
@@ -303,7 +303,7 @@ TEST_F(Cli, DiagnosticsAreOneLineEachAndPointAtTheElementThatIsWrong) {
   std::string missing = (dir / "missing.xml").string();
   Result gone = RunQorl("load '" + repo + "' '" + missing + "' --repository-password pw");
   EXPECT_EQ(gone.code, 1);
-  EXPECT_EQ(Lines(gone.out).at(0), missing + ": error: The file does not exist. [92031]");
+  EXPECT_EQ(Lines(gone.out).at(0), missing + ": error: The file does not exist. [92035]");
   EXPECT_EQ(gone.out.find("Line 0"), std::string::npos) << gone.out;
   EXPECT_EQ(RunQorl("load --dry-run '" + repo + "' '" + missing + "' --repository-password pw").out.rfind(missing + ": error: The file does not exist.", 0), 0u);
 }
@@ -380,7 +380,7 @@ TEST_F(Cli, DocumentsFromStandardInputAndPasswordsFromFiles) {
   std::string none = (dir / "none.pw").string();
   Result unreadable = RunQorl("info '" + dst + "' --repository-password-file '" + none + "'");
   EXPECT_EQ(unreadable.code, 2);
-  EXPECT_EQ(unreadable.out, none + ": error: The password file cannot be read: No such file or directory. [99033]\n");
+  EXPECT_EQ(unreadable.out, none + ": error: The password file cannot be read: No such file or directory. [99037]\n");
   EXPECT_EQ(RunQorl("info '" + dst + "' --repository-password-file '" + dir.string() + "'").code, 2);
 }
 
