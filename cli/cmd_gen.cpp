@@ -1,6 +1,7 @@
 // qorl gen: write a repository, or chosen objects, as one QORL document.
 #include <CLI/CLI.hpp>
 
+#include <filesystem>
 #include <iostream>
 #include <map>
 
@@ -39,13 +40,17 @@ int RunGen(const GlobalOptions& g, const GenArgs& a) {
   o.storeIds = a.voidIds;
   o.repairDuplicates = a.checkDuplicates;
   // Standard output streams; a file is replaced only once it was written whole.
-  GenerateReport report = a.output == "-" ? rp.Generate(std::cout, o) : rp.Generate(a.output, o);
-  if (report.errors.empty()) return kExitOK;
-  // One paragraph per object, as the generator lists them.
-  std::string text;
-  for (const Diagnostic& d : report.errors) text += (text.empty() ? "" : "\n\n") + FormatDiagnostic(d);
-  std::cerr << "error: " << text << "\n";
-  std::cerr << "error: the document was written, but the objects above are incomplete in it\n";
+  const bool toStdout = a.output == "-";
+  GenerateReport report = toStdout ? rp.Generate(std::cout, o) : rp.Generate(a.output, o);
+  if (report.written && report.errors.empty()) return kExitOK;
+  Report(report.errors);
+  // Say what became of the document, and only what did.
+  std::filesystem::path where = toStdout ? std::filesystem::path() : std::filesystem::path(a.output);
+  if (!report.written)
+    Remark(Severity::Note, toStdout ? "The document on standard output stops before its end."
+                                    : "The document was not written; the file keeps what it held.", where);
+  else
+    Remark(Severity::Note, "The document was written, but the objects above are incomplete in it.", where);
   return kExitFailure;
 }
 

@@ -1,8 +1,10 @@
 // qorl load and qorl check-password.
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 
 #include "cli/common.h"
 #include "qorl/load.h"
@@ -15,6 +17,7 @@ struct LoadArgs {
   std::string repo;
   std::vector<std::string> files;
   std::vector<std::string> passwords;
+  std::vector<std::string> passwordFiles;
   bool ignoreErrors = false;
   std::string exprErrors = "error";
   std::string passwordErrors = "error";
@@ -23,15 +26,12 @@ struct LoadArgs {
   bool dryRun = false;
 };
 
-std::vector<std::filesystem::path> ToPaths(const std::vector<std::string>& v) {
-  return std::vector<std::filesystem::path>(v.begin(), v.end());
-}
-
 // The options a load and its dry run share, so that the dry run reads each
 // document as the load would.
 LoadOptions ToLoadOptions(const LoadArgs& a) {
   LoadOptions o;
   o.passwords = a.passwords;
+  for (const std::string& file : a.passwordFiles) o.passwords.push_back(ReadPasswordFile(file));
   o.ignoreErrors = a.ignoreErrors;
   o.expressionErrors = a.exprErrors == "error" ? OnProblem::Fail : OnProblem::Warn;
   o.passwordErrors = a.passwordErrors == "error" ? OnProblem::Fail : OnProblem::Warn;
@@ -40,11 +40,11 @@ LoadOptions ToLoadOptions(const LoadArgs& a) {
   return o;
 }
 
-int DryRun(const Repository& rp, const LoadArgs& a) {
+int DryRun(const Repository& rp, const LoadArgs& a, const InputDocuments& inputs) {
   bool ok = true;
-  for (const Declaration& d : rp.Declared(ToPaths(a.files), ToLoadOptions(a))) {
+  for (const Declaration& d : rp.Declared(inputs.Paths(), ToLoadOptions(a))) {
     if (!d.errors.empty()) {
-      std::cerr << "error: " << FormatDiagnostics(d.errors) << "\n";
+      Report(d.errors);
       ok = false;
     }
     std::cout << d.file.string() << ": " << d.objects.size() << " objects declared\n";
@@ -58,17 +58,22 @@ int DryRun(const Repository& rp, const LoadArgs& a) {
 int RunLoad(const GlobalOptions& g, const LoadArgs& a) {
   // A dry run changes nothing, so it need not keep writers out.
   Repository rp = OpenRepository(g, a.repo, a.dryRun ? Access::Read : Access::Write);
-  if (a.dryRun) return DryRun(rp, a);
+  InputDocuments inputs(a.files);
+  if (a.dryRun) return DryRun(rp, a, inputs);
   LoadOptions o = ToLoadOptions(a);
-  LoadReport report = rp.Load(ToPaths(a.files), o);
-  if (!report.warnings.empty()) std::cerr << "warning: " << FormatDiagnostics(report.warnings) << "\n";
+  LoadReport report = rp.Load(inputs.Paths(), o);
+  Report(report.warnings);
   if (!report.loaded) {
     // Nothing is committed: the repository file stays as it was.
-    std::cerr << "error: " << FormatDiagnostics(report.errors) << "\n";
-    std::cerr << "error: nothing was loaded; " << a.repo << " is unchanged\n";
+    Report(report.errors);
+    Remark(Severity::Note, "Nothing was loaded; the repository is unchanged.", a.repo);
     return kExitFailure;
   }
-  if (!report.errors.empty()) std::cerr << "warning: errors ignored:\n" << FormatDiagnostics(report.errors) << "\n";
+  // Passed over as asked: told, but no longer errors.
+  for (Diagnostic d : report.errors) {
+    d.severity = Severity::Warning;
+    Report(d);
+  }
   rp.Commit();
   if (!g.quiet)
     std::cout << "loaded " << a.files.size() << " document(s) into " << a.repo << ": " << report.created << " created, "
@@ -82,8 +87,13 @@ void RegisterLoad(CLI::App& app, GlobalOptions& g) {
   auto* cmd = app.add_subcommand("load", "Apply QORL documents to a repository; all or nothing is committed");
   auto a = std::make_shared<LoadArgs>();
   cmd->add_option("REPO", a->repo, "Repository file")->required();
-  cmd->add_option("FILE", a->files, "Documents, applied in order")->required();
-  cmd->add_option("--password", a->passwords, "Password of each document's secrets, one per file, in order");
+  cmd->add_option("FILE", a->files, "Documents, applied in order; - reads one from standard input")->required();
+  auto* password =
+      cmd->add_option("--password", a->passwords, "Password of each document's secrets, one per file, in order");
+  cmd->add_option("--password-file", a->passwordFiles,
+                  "Read each document's password from the first line of a FILE, one per document, in order")
+      ->type_name("FILE")
+      ->excludes(password);
   cmd->add_flag("--ignore-errors", a->ignoreErrors, "Log errors and go on instead of stopping");
   cmd->add_option("--expr-errors", a->exprErrors, "An expression that does not parse: error stops the load, warn logs it")
       ->check(CLI::IsMember({"error", "warn"}))
@@ -101,16 +111,29 @@ void RegisterLoad(CLI::App& app, GlobalOptions& g) {
 void RegisterCheckPassword(CLI::App& app, GlobalOptions& g) {
   auto* cmd = app.add_subcommand("check-password", "Test whether a password opens the secrets of QORL documents");
   auto files = std::make_shared<std::vector<std::string>>();
-  auto password = std::make_shared<std::string>();
-  cmd->add_option("FILE", *files, "Documents")->required();
-  cmd->add_option("--password", *password, "The documents' password")->required();
-  cmd->callback([&g, files, password] {
+  auto password = std::make_shared<std::optional<std::string>>();
+  auto passwordFile = std::make_shared<std::string>();
+  cmd->add_option("FILE", *files, "Documents; - reads one from standard input")->required();
+  auto* given = cmd->add_option("--password", *password, "The documents' password");
+  cmd->add_option("--password-file", *passwordFile, "Read the documents' password from the first line of FILE")
+      ->type_name("FILE")
+      ->excludes(given);
+  // Like a comparison: 0 opens, 1 does not, 2 could not tell.
+  cmd->callback([&g, files, password, passwordFile] {
     g.exitCode = RunCommand(g, [&] {
-      PasswordCheck check = CheckPassword(ToPaths(*files), *password);
-      if (!check.errors.empty()) {
-        std::cerr << "error: " << FormatDiagnostics(check.errors) << "\n";
-        return static_cast<int>(kExitFailure);
+      if (!*password && passwordFile->empty()) throw UsageError("give --password or --password-file");
+      std::string text = *password ? **password : ReadPasswordFile(*passwordFile);
+      InputDocuments inputs(*files);
+      PasswordCheck check = CheckPassword(inputs.Paths(), text);
+      // A secret that the password does not decrypt is the answer, not trouble.
+      bool answered = std::all_of(check.errors.begin(), check.errors.end(), [](const Diagnostic& d) {
+        return d.code == messages::kPasswordDoesNotDecrypt;
+      });
+      if (!answered) {
+        Report(check.errors);
+        return static_cast<int>(kExitUsage);
       }
+      if (!check.errors.empty()) check.opens = false;
       std::cout << (check.opens ? "the password opens every secret\n" : "the password does not open the secrets\n");
       return check.opens ? static_cast<int>(kExitOK) : static_cast<int>(kExitFailure);
     });

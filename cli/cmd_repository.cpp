@@ -1,7 +1,6 @@
 // qorl init and qorl info.
 #include <CLI/CLI.hpp>
 
-#include <cstdio>
 #include <iostream>
 
 #include "cli/common.h"
@@ -20,20 +19,6 @@ void RegisterInit(CLI::App& app, GlobalOptions& g) {
     });
   });
 }
-
-namespace {
-
-std::string JsonString(const std::string& s) {
-  std::string out = "\"";
-  for (unsigned char c : s) {
-    if (c == '"' || c == '\\') { out += '\\'; out += static_cast<char>(c); }
-    else if (c < 0x20) { char buf[8]; std::snprintf(buf, sizeof buf, "\\u%04x", c); out += buf; }
-    else out += static_cast<char>(c);
-  }
-  return out + "\"";
-}
-
-}  // namespace
 
 void RegisterInfo(CLI::App& app, GlobalOptions& g) {
   auto* cmd = app.add_subcommand("info", "Show what a repository holds: objects per element");

@@ -23,13 +23,13 @@ int main(int argc, char** argv) {
     options.validate = true;
     qorl::LoadReport loaded = repository.Load({argv[2]}, options);
     if (!loaded.loaded) {
-      for (const qorl::Diagnostic& d : loaded.errors)
-        std::cerr << d.file.string() << ":" << d.line << ": error " << d.code << ": " << d.message << "\n";
+      // FILE:LINE:COLUMN: error: MESSAGE [CODE], and a note for the element being applied.
+      std::cerr << qorl::FormatDiagnostics(loaded.errors) << "\n";
       return 1;
     }
     repository.Commit();
     qorl::GenerateReport written = repository.Generate(std::filesystem::path(argv[3]));
-    if (!written.errors.empty()) {
+    if (!written.written || !written.errors.empty()) {
       std::cerr << qorl::FormatDiagnostics(written.errors) << "\n";
       return 1;
     }

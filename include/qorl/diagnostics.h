@@ -21,26 +21,38 @@
 
 namespace qorl {
 
-enum class Severity { Error, Warning };
+enum class Severity { Error, Warning, Note };
 
-// One problem. The message says what went wrong; context holds the texts that
-// say where (the document, the element being applied), outermost first, in
-// the order the command prints them above the message.
+// One problem, and where it is: the document, the line and column of the
+// element that is wrong (for a reference that does not resolve, the
+// reference's own element), the message number. Line and column are where
+// the parser reports the element's start tag to end.
 struct Diagnostic {
   std::filesystem::path file;  // the document concerned; empty when none is
   unsigned line = 0;           // 1-based; 0 when unknown
   unsigned column = 0;         // 1-based; 0 when unknown
   Severity severity = Severity::Error;
   unsigned long code = 0;      // message number; 0 for a text without one
-  std::string message;
-  std::vector<std::string> context;
+  std::string message;         // the sentence alone, without its place
+  // The element being applied when the problem came up, and the qualified
+  // name of its object; empty when the problem is not about one.
+  std::string element;
+  std::string object;
+  // What else helps to find it, each with its own place: first the element
+  // being applied ("While applying <PhysicalKey> ..."), then any outer context.
+  std::vector<Diagnostic> notes;
 };
 
-// The context lines, then the message, one per line, without a final line feed.
+// The lines a compiler would write: "FILE:LINE:COLUMN: error: MESSAGE [CODE]"
+// (the place as far as it is known: "FILE: error: ..." for a whole file,
+// "qorl: error: ..." for none), then one "FILE:LINE: note: ..." line per
+// note. No final line feed.
 std::string FormatDiagnostic(const Diagnostic& diagnostic);
 // Every FormatDiagnostic, one after the other on their own lines, without a
 // final line feed.
 std::string FormatDiagnostics(const std::vector<Diagnostic>& diagnostics);
+// "error", "warning" or "note".
+const char* SeverityName(Severity severity);
 
 // The catalogue text of a message number with its arguments in place of %1,
 // %2, ...; an unknown number gives "Message N: arg, arg".
@@ -48,6 +60,7 @@ std::string MessageText(unsigned long code, const std::vector<std::string>& args
 
 // Numbers of messages that callers test for or raise themselves.
 namespace messages {
+inline constexpr unsigned long kPasswordDoesNotDecrypt = 13042;
 inline constexpr unsigned long kCannotWriteFile = 46003;
 inline constexpr unsigned long kWrongRepositoryPassword = 99002;
 inline constexpr unsigned long kFileExists = 99007;

@@ -36,9 +36,13 @@ struct GenerateOptions {
 };
 
 struct GenerateReport {
-  // Objects that could not be written whole. The document was written all
-  // the same (a failing output throws instead); it is complete exactly when
-  // errors is empty.
+  // The document was written to its end: a file is in place, a stream got
+  // all of it. False when an error stopped the writing (errors says which):
+  // a file then keeps what it held, a stream may have got the beginning.
+  // A failing output throws instead.
+  bool written = false;
+  // Objects that could not be written whole; a written document lacks
+  // exactly these, and is complete when errors is empty.
   std::vector<Diagnostic> errors;
 };
 

@@ -5,12 +5,17 @@
 #include <functional>
 #include <string>
 
+#include "qorl/diagnostics.h"
+
 namespace qorl {
 
 enum class LogKind { Error, Warning, Notification, Trace };
 
-// level: how detailed the message is; 1 is the most important.
-using LogSink = std::function<void(LogKind kind, int level, const std::string& text)>;
+// level: how detailed the message is; 1 is the most important. The message
+// comes with what is known of its place: the document being read, the line
+// and column (a warning about a skipped element points at it), the number.
+// Notifications and traces are notes. FormatDiagnostic gives its text.
+using LogSink = std::function<void(LogKind kind, int level, const Diagnostic& message)>;
 
 // Installs the sink for what the library reports as it goes (errors it passes
 // over with LoadOptions::ignoreErrors, warnings, a note per document loaded,

@@ -101,6 +101,7 @@ class StreamGenerator : private UnusedResult, public QORLGenerator {
 template <class Make>
 GenerateReport WriteDocument(ARpGateway& rp, const GenerateOptions& o, Make make) {
   VXString errors;
+  bool written = true;
   return api::Translate([&] {
     if (o.objects.empty()) {
       auto gen = make();
@@ -109,6 +110,8 @@ GenerateReport WriteDocument(ARpGateway& rp, const GenerateOptions& o, Make make
         gen->Finish();
       } catch (ErrorMessage& e) {
         if (gen->OutputFailed()) throw;
+        // Stopped before the end: the unfinished file is dropped.
+        written = false;
         QORLUtil::HandleErrorMessage(e, errors);
       }
     } else {
@@ -121,7 +124,7 @@ GenerateReport WriteDocument(ARpGateway& rp, const GenerateOptions& o, Make make
       gen->AddFooter();
       gen->Finish();
     }
-    return GenerateReport{api::TextToDiagnostics(errors)};
+    return GenerateReport{written, api::TextToDiagnostics(errors)};
   });
 }
 

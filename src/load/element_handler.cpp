@@ -350,6 +350,7 @@ bool QORLElementHandler::TryResolve(QORLObjectStub*& stub) { return m_pManager->
 
 QORLObjectStub* QORLElementHandler::ParentStub(TypeID type, const QualifiedName& name) {
   QORLObjectStub* stub = m_pManager->CreateQORLObjectStub(type, m_parentUID, name);
+  stub->SetLocation(m_line, m_column);
   stub->SetParentID(m_parentID);
   stub->SetID(m_parentID);
   return stub;

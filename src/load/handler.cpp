@@ -21,6 +21,8 @@ void QORLObjectStub::Clone(const QORLObjectStub* from) {
   m_object = from->m_object;
   m_parentID = from->m_parentID;
   m_parentUID = from->m_parentUID;
+  m_line = from->m_line;
+  m_column = from->m_column;
 }
 
 // ---- the base handler ---------------------------------------------------------
@@ -128,7 +130,11 @@ QORLObjectStub* QORLObject::ProcessRefObject(TypeID type, const NameValuePairs& 
   GetAttr(ATTR_QNAME, attrs, text);
   QualifiedName q;
   ParseQualifiedNameString(text, q);
-  return m_pManager->CreateQORLObjectStub(type, uid, q);
+  QORLObjectStub* stub = m_pManager->CreateQORLObjectStub(type, uid, q);
+  // Kept for the message when the reference does not resolve, which is known
+  // only after the whole document is read.
+  stub->SetLocation(m_pManager->ElementLine(), m_pManager->ElementColumn());
+  return stub;
 }
 
 QORLObjectStub* QORLObject::ResolveParent(TypeID parentType, bool bThrowErrorAnyway) {
@@ -146,7 +152,9 @@ QORLObjectStub* QORLObject::ResolveParent(const TypeIDVector& parentTypes, bool 
     QORLObjectStub* stub = m_pManager->CreateQORLObjectStub(parentTypes[i], m_parentUID, parentName);
     if (m_pManager->TryResolveQORLObjectStub(stub)) return stub;
   }
+  // The element's own parent name is what names the parent.
   QORLObjectStub* stub = m_pManager->CreateQORLObjectStub(parentTypes.back(), m_parentUID, parentName);
+  stub->SetLocation(m_line, m_column);
   m_pManager->ResolveQORLObjectStub(stub, false, bThrowErrorAnyway);
   return stub;
 }

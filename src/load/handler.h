@@ -38,6 +38,11 @@ class QORLObjectStub {
   void SetARpObject(const RefARpObject& o) { m_object = o; }
   const VoidID& GetID() const { return m_id; }
   void SetID(const VoidID& id) { m_id = id; }
+  // Where the document names the object: the element of the reference, or
+  // of the object itself (line 0: not from a document's element).
+  void SetLocation(uint32_t line, uint32_t column) { m_line = line; m_column = column; }
+  uint32_t Line() const { return m_line; }
+  uint32_t Column() const { return m_column; }
   void Clone(const QORLObjectStub* from);
 
  protected:
@@ -45,6 +50,8 @@ class QORLObjectStub {
   VXUpgradeID m_uid;
   VoidID m_id;
   TypeID m_typeID = kTIDUnknown;
+  uint32_t m_line = 0;
+  uint32_t m_column = 0;
   RefARpObject m_object;
   VoidID m_parentID;
   VXUpgradeID m_parentUID;

@@ -60,8 +60,20 @@ QORLObjectManager::QORLObjectManager(ARpGateway* pGateway, bool bIsTDFQORL, bool
 
 QORLObjectManager::~QORLObjectManager() { Cleanup(); }
 
+namespace manager_detail {
+
+// A parser position as a message keeps it; 0 for none or one out of range.
+uint32_t Narrow(XMLFileLoc v) { return v > 0 && v < UINT32_MAX ? static_cast<uint32_t>(v) : 0; }
+
+}  // namespace manager_detail
+
 int QORLObjectManager::GetLineNumber() const {
   return m_locator ? static_cast<int>(m_locator->getLineNumber()) : 0;
+}
+
+QORLObjectManager::Position QORLObjectManager::Here() const {
+  if (!m_locator) return Position{};
+  return Position{manager_detail::Narrow(m_locator->getLineNumber()), manager_detail::Narrow(m_locator->getColumnNumber())};
 }
 
 void QORLObjectManager::SetDepartment(const VXString& name) {
@@ -121,6 +133,8 @@ void QORLObjectManager::startDTD(const XMLCh*, const XMLCh*, const XMLCh*) {
 
 void QORLObjectManager::startElement(const XMLCh*, const XMLCh* localname, const XMLCh* qname,
                                      const xercesc::Attributes& attrs) {
+  m_elementStart = m_lastEventEnd;
+  MarkEventEnd();
   // The limits hold for skipped elements too: the counters must not wrap
   // whatever part of the document they are in.
   if (m_openElements.size() >= kMaxElementDepth) RefuseDocument(ErrorMessage(92018, GetLineNumber(), kMaxElementDepth));
@@ -186,12 +200,14 @@ void QORLObjectManager::startElement(const XMLCh*, const XMLCh* localname, const
   if (newHandler) {
     QORLObject* h = CreateQORLObjectHandler(tag, GetLineNumber());
     h->SetObjTagLineNumber(GetLineNumber());
+    h->SetLocation(ElementLine(), ElementColumn());
     m_objectHandlers.push_back(h);
   }
   if (!m_objectHandlers.empty()) m_objectHandlers.back()->startElement(tag, m_attrs);
 }
 
 void QORLObjectManager::characters(const XMLCh* chars, XMLSize_t length) {
+  MarkEventEnd();
   // The parser hands long text over in pieces; the run is what is bounded.
   m_textChars += length;
   if (m_textChars > kMaxElementTextChars)
@@ -213,10 +229,12 @@ void QORLObjectManager::startCDATA() {
 }
 
 void QORLObjectManager::endCDATA() {
+  MarkEventEnd();
   if (m_currentCommand == xcFineGrained && m_bFineGrainedXML) m_finegrainedText += S_CLOSE_CDATA;
 }
 
 void QORLObjectManager::endElement(const XMLCh*, const XMLCh* localname, const XMLCh*) {
+  MarkEventEnd();
   if (!m_openElements.empty()) m_openElements.pop_back();
   m_textChars = 0;
   if (m_bInUnknownElement) {
@@ -252,7 +270,9 @@ void QORLObjectManager::endElement(const XMLCh*, const XMLCh* localname, const X
 }
 
 void QORLObjectManager::fatalError(const xercesc::SAXParseException& e) {
-  RefuseDocument(ErrorMessage(92008, static_cast<long long>(e.getLineNumber()), XMLStr::ToVX(e.getMessage())));
+  ErrorMessage error(92008, XMLStr::ToVX(e.getMessage()));
+  error.SetLocation(manager_detail::Narrow(e.getLineNumber()), manager_detail::Narrow(e.getColumnNumber()));
+  RefuseDocument(error);
 }
 
 void QORLObjectManager::FinishQORLObjectHandler() {
@@ -510,6 +530,7 @@ void QORLObjectManager::ResolveQORLObjectStub(QORLObjectStub*& stub, bool bIsObj
   }
   VXString uid = TKSGUIDGenerator::ByteVectorToGUIDString(stub->GetUpgradeID());
   ErrorMessage e(92006, MetadataUtil::ToQualifiedName(stub->GetQName()), uid.empty() ? VXString("none") : uid);
+  e.SetLocation(stub->Line(), stub->Column());
   ThrowOrLog(e, bThrowErrorAnyway || !m_bIgnoreQORLErrors);
 }
 
@@ -691,7 +712,8 @@ void QORLObjectManager::RetrieveWarnings(VXString& warning) {
 
 void QORLObjectManager::AddContext(ErrorMessage& e, const QORLObject* handler) const {
   if (!handler) return;
-  e.PushErrorMessage(99017, handler->GetObjTagLineNumber(), QORLUtil::GetTagName(handler->GetTypeID()), handler->DisplayName());
+  e.PushErrorMessage(99017, QORLUtil::GetTagName(handler->GetTypeID()), handler->DisplayName());
+  e.SetLocation(handler->Line(), handler->Column());
 }
 
 void QORLObjectManager::ExecuteQORL() {
@@ -894,7 +916,7 @@ void QORLObjectManager::DecryptAESPassword(const VXString& objectName, const VXS
 void QORLObjectManager::PasswordError(const ErrorMessage& e) {
   m_bIsPasswordError = true;
   if (m_bExitOnPasswordError) ThrowOrLogError(e, !m_bIgnoreQORLErrors);
-  else ServerLog::LogWarning(e.GetText(), 1);
+  else ServerLog::LogWarning(e);
 }
 
 bool QORLObjectManager::PasswordsCanBeDecrypted(const VXString& password, const VXString& aes) {

@@ -70,6 +70,7 @@ class QORLObjectManager : public xercesc::DefaultHandler {
     m_treeLevel = 0;
     m_openElements.clear();
     m_textChars = 0;
+    m_lastEventEnd = m_elementStart = Position{1, 1};
   }
   void startElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname, const xercesc::Attributes& attrs) override;
   void characters(const XMLCh* chars, XMLSize_t length) override;
@@ -78,6 +79,10 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   void startDTD(const XMLCh* name, const XMLCh* publicId, const XMLCh* systemId) override;
   void startCDATA() override;
   void endCDATA() override;
+  // Only their ends matter: where the next element begins.
+  void ignorableWhitespace(const XMLCh*, XMLSize_t) override { MarkEventEnd(); }
+  void processingInstruction(const XMLCh*, const XMLCh*) override { MarkEventEnd(); }
+  void comment(const XMLCh*, XMLSize_t) override { MarkEventEnd(); }
   void fatalError(const xercesc::SAXParseException& e) override;
   void error(const xercesc::SAXParseException& e) override { fatalError(e); }
   void warning(const xercesc::SAXParseException&) override {}
@@ -120,6 +125,11 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   // ---- services for handlers ----
   ARpGateway* GetGateway() const { return m_pGateway; }
   int GetLineNumber() const;
+  // Line and column of the '<' of the element being started: what a message
+  // about the element points at. The parser itself only tells where the
+  // start tag ends.
+  uint32_t ElementLine() const { return m_elementStart.line; }
+  uint32_t ElementColumn() const { return m_elementStart.column; }
   bool IsTDFQORL() const { return m_bIsTDFQORL; }
   bool IgnoreErrors() const { return m_bIgnoreQORLErrors; }
   QORLObjectStub* CreateQORLObjectStub(TypeID type, const VXUpgradeID& uid, const QualifiedName& qname);
@@ -174,8 +184,19 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   // Adds the current element's line and name to an error from a handler.
   void AddContext(ErrorMessage& e, const QORLObject* handler) const;
 
+  // Where an element starts is where the event before it ended (text up to
+  // its '<', or the '>' of the tag before): kept at every event.
+  struct Position {
+    uint32_t line = 0;
+    uint32_t column = 0;
+  };
+  Position Here() const;
+  void MarkEventEnd() { m_lastEventEnd = Here(); }
+
   ARpGateway* m_pGateway;
   const xercesc::Locator* m_locator = nullptr;
+  Position m_lastEventEnd{1, 1};
+  Position m_elementStart{1, 1};
   bool m_bIsTDFQORL;
   bool m_bDocumentContainsCommand;
   bool m_bIsDepartmentalTDFMode;

@@ -1,6 +1,9 @@
 #include "load/parser.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 
@@ -60,6 +63,29 @@ void PushInputContext(ErrorMessage& e, QORLParser::InputType type, const VXStrin
 }
 
 }  // namespace
+
+namespace parser_detail {
+
+// A document that is missing, a directory or unreadable says so before the
+// parser would call it a malformed document at line 0.
+void CheckInputFile(QORLParser::InputType type, const VXString& path) {
+  if (type != QORLParser::QORLFile && type != QORLParser::TDFXMLFile) return;
+  std::error_code ec;
+  std::filesystem::file_status st = std::filesystem::status(path.ToUTF8(), ec);
+  if (!std::filesystem::exists(st)) throw ErrorMessage(92035);
+  if (std::filesystem::is_directory(st)) throw ErrorMessage(92036);
+  std::FILE* f = std::fopen(path.ToUTF8().c_str(), "rb");
+  if (!f) throw ErrorMessage(92037, std::string(std::strerror(errno)));
+  std::fclose(f);
+}
+
+// The document that the log's messages are about while one input is read
+// and applied; none for a text.
+VXString DocumentOf(QORLParser::InputType type, const VXString& input) {
+  return type == QORLParser::QORLFile || type == QORLParser::TDFXMLFile ? input : VXString();
+}
+
+}  // namespace parser_detail
 
 bool QORLParser::ExecuteQORL(ARpGateway* pGateway, const VXStringVector& files, const VXStringVector& filePasswords,
                              ErrorMessage& errorMsg, VXString& warningMsg, InputType fileOrDirType,
@@ -194,9 +220,12 @@ bool QORLParser::ExecuteTransactionalXMLforQORL(ARpGateway* pGateway, const VXSt
   delIds.clear();
   for (size_t i = 0; i < inputs.size(); ++i) {
     const VXString& input = inputs[i];
+    const VXString document = parser_detail::DocumentOf(type, input);
+    ServerLog::DocumentScope scope(document);
     bool parsed = false;
     try {
       if (type == QORLFile) ServerLog::LogNotification(SUStrUtil::LoadMsgStringOnly(92016, input), 1);
+      parser_detail::CheckInputFile(type, input);
       manager.Cleanup();
       manager.PopulateAllObjects();
       manager.SetCurrentFile(type == QORLFile ? input : VXString());
@@ -269,8 +298,11 @@ bool QORLParser::GatherDeclObjectsQualifiedNameTypeIDs(ARpGateway* pGateway, con
   if (!inputPassword.empty()) manager.SetInputPasswords({inputPassword});
   if (!bIgnoreQORLErrors) reader.EnableValidation(schema, false);
   reader.SetHandlers(&manager, &manager, &manager);
+  const VXString document = parser_detail::DocumentOf(type, input);
+  ServerLog::DocumentScope scope(document);
   bool ok = true;
   try {
+    parser_detail::CheckInputFile(type, input);
     ParseInput(reader, type, input);
   } catch (ErrorMessage& e) {
     PushInputContext(e, type, input);
@@ -281,6 +313,7 @@ bool QORLParser::GatherDeclObjectsQualifiedNameTypeIDs(ARpGateway* pGateway, con
     manager.ResolveDeclaredObjects();
     manager.GatherDeclObjectsQNameTypeIDs(out);
   } catch (ErrorMessage& e) {
+    PushInputContext(e, type, input);
     errorMsg.PushErrorMessage(e);
     ok = false;
   }
@@ -304,8 +337,10 @@ bool QORLParser::IsPasswordCorrect(ARpGateway* pGateway, const VXStringVector& f
   manager.SetInputPasswords(filePasswords);
   if (!bExitOnExprParsingError) reader.EnableValidation(schema, false);
   reader.SetHandlers(&manager, &manager, &manager);
-  try {
-    for (size_t i = 0; i < files.size(); ++i) {
+  for (size_t i = 0; i < files.size(); ++i) {
+    ServerLog::DocumentScope scope(files[i]);
+    try {
+      parser_detail::CheckInputFile(QORLFile, files[i]);
       manager.Cleanup();
       manager.PopulateAllObjects();
       reader.ParseFile(files[i]);
@@ -313,10 +348,11 @@ bool QORLParser::IsPasswordCorrect(ARpGateway* pGateway, const VXStringVector& f
         VXString password = filePasswords.empty() ? VXString() : filePasswords[i];
         if (!manager.IsPasswordCorrect(password)) return false;
       }
+    } catch (ErrorMessage& e) {
+      PushInputContext(e, QORLFile, files[i]);
+      errorMsg.PushErrorMessage(e);
+      return false;
     }
-  } catch (ErrorMessage& e) {
-    errorMsg.PushErrorMessage(e);
-    return false;
   }
   return true;
 }

@@ -23,9 +23,31 @@ void ErrorMessage::PopErrorMessage() {
   if (!m_entries.empty()) m_entries.pop_back();
 }
 
+void ErrorMessage::SetLocation(uint32_t line, uint32_t column) {
+  if (m_entries.empty()) return;
+  m_entries.back().line = line;
+  m_entries.back().column = line ? column : 0;
+}
+
 VXString ErrorMessage::EntryText(const Entry& e) {
-  if (e.number == 0) return e.args.empty() ? VXString() : e.args.front();
-  return SUStrUtil::FormatMessage(e.number, e.args);
+  VXString text;
+  if (e.line) {
+    // The form that the catalogue's "Line %1: " templates write, so that
+    // readers of the text find every location the same way.
+    text = "Line ";
+    text += VXString::FromUInt(e.line);
+    if (e.column) {
+      text += ", column ";
+      text += VXString::FromUInt(e.column);
+    }
+    text += ": ";
+  }
+  if (e.number == 0) {
+    if (!e.args.empty()) text += e.args.front();
+  } else {
+    text += SUStrUtil::FormatMessage(e.number, e.args);
+  }
+  return text;
 }
 
 void ErrorMessage::RetrieveErrorMessages(VXString& out) const {

@@ -2,6 +2,7 @@
 // messages with text arguments. Thrown by value, caught by reference.
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "platform/messages.h"
@@ -10,10 +11,14 @@ namespace qorl {
 
 class ErrorMessage {
  public:
-  // Number 0 marks a raw text, held as the only argument.
+  // Number 0 marks a raw text, held as the only argument. A location (line
+  // 0: none) says where in a document the message points when its template
+  // does not say so itself; the text then begins "Line N, column M: ".
   struct Entry {
     unsigned long number = 0;
     VXStringVector args;
+    uint32_t line = 0;
+    uint32_t column = 0;
   };
 
   ErrorMessage() = default;
@@ -31,6 +36,9 @@ class ErrorMessage {
   void PushErrorMessage(const ErrorMessage& other);
   void PushErrorMessage(const VXString& text);
   void PopErrorMessage();
+  // Points the most recent entry at a place in the document (1-based; a
+  // column of 0 is unknown).
+  void SetLocation(uint32_t line, uint32_t column);
 
   bool HasMessages() const { return !m_entries.empty(); }
   // All texts, most recently pushed first, one per line, no final line feed.

@@ -9,13 +9,22 @@ namespace qorl {
 
 namespace {
 
-void DefaultLogSink(ServerLog::Kind kind, int /*level*/, const VXString& text) {
-  const char* prefix = kind == ServerLog::kError ? "error: " : kind == ServerLog::kWarning ? "warning: " : nullptr;
+void DefaultLogSink(const ServerLog::Record& r) {
+  const char* prefix = r.kind == ServerLog::kError ? "error: " : r.kind == ServerLog::kWarning ? "warning: " : nullptr;
   if (!prefix) return;
-  std::string line(prefix);
-  text.AppendUTF8To(line);
-  line.push_back('\n');
-  std::fwrite(line.data(), 1, line.size(), stderr);
+  // One prefixed line per line of the text (an error's context and message).
+  std::string text = r.text.ToUTF8();
+  std::string out;
+  size_t start = 0;
+  while (start <= text.size()) {
+    size_t nl = text.find('\n', start);
+    if (nl == std::string::npos) nl = text.size();
+    out += prefix;
+    out.append(text, start, nl - start);
+    out.push_back('\n');
+    start = nl + 1;
+  }
+  std::fwrite(out.data(), 1, out.size(), stderr);
 }
 
 // Callers log from their own threads; the sink itself is swapped rarely.
@@ -31,6 +40,14 @@ ServerLog::Sink& CurrentLogSink() {
 
 }  // namespace
 
+namespace serverlog_detail {
+
+// The document of the innermost DocumentScope of this thread.
+thread_local const VXString* t_document = nullptr;
+const VXString kNoDocument;
+
+}  // namespace serverlog_detail
+
 ServerLog::Sink ServerLog::SetSink(Sink sink) {
   std::lock_guard<std::mutex> lock(LogSinkMutex());
   Sink previous = std::move(CurrentLogSink());
@@ -38,18 +55,31 @@ ServerLog::Sink ServerLog::SetSink(Sink sink) {
   return previous;
 }
 
-void ServerLog::Write(Kind kind, int level, const VXString& text) {
+ServerLog::DocumentScope::DocumentScope(const VXString& document) : m_previous(serverlog_detail::t_document) {
+  serverlog_detail::t_document = &document;
+}
+
+ServerLog::DocumentScope::~DocumentScope() { serverlog_detail::t_document = m_previous; }
+
+void ServerLog::Write(Kind kind, int level, const VXString& text, unsigned long code, const ErrorMessage* error) {
   Sink sink;
   {
     std::lock_guard<std::mutex> lock(LogSinkMutex());
     sink = CurrentLogSink();
   }
-  sink(kind, level, text);
+  const VXString* document = serverlog_detail::t_document;
+  sink(Record{kind, level, code, text, document ? *document : serverlog_detail::kNoDocument, error});
 }
 
-void ServerLog::LogError(const ErrorMessage& e) {
-  const auto& entries = e.Entries();
-  for (auto it = entries.rbegin(); it != entries.rend(); ++it) Write(kError, 1, ErrorMessage::EntryText(*it));
+void ServerLog::LogError(const ErrorMessage& e) { LogWhole(kError, e); }
+
+void ServerLog::LogWarning(const ErrorMessage& e) { LogWhole(kWarning, e); }
+
+void ServerLog::LogWhole(Kind kind, const ErrorMessage& e) {
+  if (!e.HasMessages()) return;
+  VXString text;
+  e.RetrieveErrorMessages(text);
+  Write(kind, 1, text, e.Entries().front().number, &e);
 }
 
 void ServerLog::LogError(const VXString& text, int level) { Write(kError, level, text); }
@@ -58,8 +88,15 @@ void ServerLog::LogNotification(const VXString& text, int level) { Write(kNotifi
 void ServerLog::LogTrace(const VXString& text, int level) { Write(kTrace, level, text); }
 
 ServerLogCapture::ServerLogCapture() {
-  m_previous = ServerLog::SetSink(
-      [this](ServerLog::Kind kind, int level, const VXString& text) { m_entries.push_back(Entry{kind, text, level}); });
+  m_previous = ServerLog::SetSink([this](const ServerLog::Record& r) {
+    if (!r.error) {
+      m_entries.push_back(Entry{r.kind, r.text, r.level, r.code, r.document});
+      return;
+    }
+    const auto& entries = r.error->Entries();
+    for (auto it = entries.rbegin(); it != entries.rend(); ++it)
+      m_entries.push_back(Entry{r.kind, ErrorMessage::EntryText(*it), r.level, it->number, r.document});
+  });
 }
 
 ServerLogCapture::~ServerLogCapture() { ServerLog::SetSink(std::move(m_previous)); }

@@ -111,7 +111,10 @@ std::unique_ptr<Persistence> Persistence::CreateFile(const VXString& path, const
 std::unique_ptr<Persistence> Persistence::OpenFile(const VXString& path, ByteVector& keyCheck, int waitMs) {
   std::string p = path.ToUTF8();
   std::error_code ec;
-  if (!std::filesystem::is_regular_file(p, ec)) throw ErrorMessage(99001, path, VXString("no such file"));
+  std::filesystem::file_status status = std::filesystem::status(p, ec);
+  if (!std::filesystem::exists(status)) throw ErrorMessage(99035, path);
+  if (std::filesystem::is_directory(status)) throw ErrorMessage(99036, path);
+  if (!std::filesystem::is_regular_file(status)) throw ErrorMessage(99003, path);
   sqlite3* db = OpenConnection(path, SQLITE_OPEN_READWRITE, waitMs);
   std::unique_ptr<Persistence> ps(new Persistence(db, path));
   ps->m_waitMs = waitMs;

@@ -115,12 +115,18 @@ TEST_F(Api, AFailedLoadNamesFileAndLineAndChangesNothing) {
   ASSERT_EQ(r.errors.size(), 1u) << FormatDiagnostics(r.errors);
   const Diagnostic& d = r.errors[0];
   EXPECT_EQ(d.file, bad);
-  EXPECT_EQ(d.line, 6u);
+  EXPECT_EQ(d.line, 6u);  // the element whose parent name is wrong
+  EXPECT_EQ(d.column, 1u);
   EXPECT_EQ(d.severity, Severity::Error);
   EXPECT_EQ(d.code, 92006u);
   EXPECT_NE(d.message.find("\"missing\""), std::string::npos) << d.message;
-  ASSERT_EQ(d.context.size(), 2u);
-  EXPECT_EQ(d.context[0], "In " + bad.string() + ":");
+  EXPECT_EQ(d.element, "PhysicalCatalog");
+  EXPECT_EQ(d.object, "\"missing\".\"c\"");
+  ASSERT_EQ(d.notes.size(), 1u);
+  EXPECT_EQ(d.notes[0].severity, Severity::Note);
+  EXPECT_EQ(d.notes[0].line, 6u);
+  EXPECT_EQ(FormatDiagnostic(d), bad.string() + ":6:1: error: " + d.message + " [92006]\n" + bad.string() +
+                                     ":6:1: note: While applying <PhysicalCatalog> \"missing\".\"c\".");
 
   EXPECT_FALSE(rp.HasUncommittedChanges());
   std::string after;
@@ -139,7 +145,22 @@ TEST_F(Api, AMalformedDocumentGivesTheParsersLine) {
   ASSERT_EQ(r.errors.size(), 1u);
   EXPECT_EQ(r.errors[0].file, broken);
   EXPECT_EQ(r.errors[0].line, 5u);
+  EXPECT_EQ(r.errors[0].column, 3u);
   EXPECT_EQ(r.errors[0].code, 92008u);
+  EXPECT_EQ(r.errors[0].message.rfind("The XML document is not well-formed", 0), 0u) << r.errors[0].message;
+
+  // A document that is not there, or not a file, says so.
+  for (const auto& [path, code] : {std::pair{dir / "none.xml", 92031ul}, std::pair{dir, 92032ul}}) {
+    LoadReport missing = rp.Load({path});
+    ASSERT_EQ(missing.errors.size(), 1u) << FormatDiagnostics(missing.errors);
+    EXPECT_EQ(missing.errors[0].code, code);
+    EXPECT_EQ(missing.errors[0].file, path);
+    EXPECT_EQ(missing.errors[0].line, 0u);
+    EXPECT_FALSE(rp.Declared(path).errors.empty());
+    EXPECT_EQ(CheckPassword({path}, "x").errors.at(0).code, code);
+  }
+  EXPECT_EQ(FormatDiagnostics(rp.Load({dir / "none.xml"}).errors),
+            (dir / "none.xml").string() + ": error: The file does not exist. [92035]");
 
   // Not even with ignoreErrors: what the document says past the error is unknown.
   LoadOptions o;
@@ -265,28 +286,41 @@ TEST_F(Api, TheLogSinkHearsWhatALoadPassesOver) {
   Repository rp = Repository::Create(dir / "r.db", kPassword);
   auto doc = Write("unknown.xml", "<?xml version='1.0' encoding='UTF-8'?>\n<Repository>\n<DECLARE>\n"
                                   "<Nonsense name=\"x\"/>\n</DECLARE>\n</Repository>\n");
-  std::vector<std::string> warnings;
-  LogSink mine = [&](LogKind kind, int, const std::string& text) {
-    if (kind == LogKind::Warning) warnings.push_back(text);
+  std::vector<Diagnostic> warnings;
+  std::vector<Diagnostic> notes;
+  LogSink mine = [&](LogKind kind, int, const Diagnostic& d) {
+    (kind == LogKind::Warning ? warnings : notes).push_back(d);
   };
   LogSink previous = SetLogSink(mine);
   LoadReport r = rp.Load({doc});
   LogSink back = SetLogSink(previous);
   EXPECT_TRUE(r.loaded);
+  // The sink is told where: the document, the line, the message number.
   ASSERT_EQ(warnings.size(), 1u);
-  EXPECT_EQ(warnings[0].rfind("Line 4:", 0), 0u) << warnings[0];
+  EXPECT_EQ(warnings[0].file, doc);
+  EXPECT_EQ(warnings[0].line, 4u);
+  EXPECT_EQ(warnings[0].code, 99019u);
+  EXPECT_EQ(warnings[0].severity, Severity::Warning);
+  EXPECT_EQ(FormatDiagnostic(warnings[0]),
+            doc.string() + ":4: warning: Unknown element <Nonsense> skipped with its contents. [99019]");
+  ASSERT_FALSE(notes.empty());
+  EXPECT_EQ(notes[0].severity, Severity::Note);
+  EXPECT_EQ(notes[0].file, doc);
   EXPECT_TRUE(static_cast<bool>(back));
 }
 
 // ---- the seam to the layer's errors -------------------------------------------
 
-TEST(ApiDiagnostics, EachErrorKeepsItsFileAndPrintsAsTheLayerDoes) {
+TEST(ApiDiagnostics, EachErrorKeepsItsFileAndPlaceOnOneLine) {
   // Two documents' errors as a load with ignored errors gathers them.
   ErrorMessage e;
   e.PushErrorMessage(92006, VXString("\"missing\""), VXString("none"));
-  e.PushErrorMessage(99017, 6, VXString("PhysicalCatalog"), VXString("\"missing\".\"c\""));
+  e.SetLocation(9, 4);
+  e.PushErrorMessage(99017, VXString("PhysicalCatalog"), VXString("\"missing\".\"c\""));
+  e.SetLocation(6, 1);
   e.PushErrorMessage(99018, VXString("a.xml"));
-  e.PushErrorMessage(92008, 5, VXString("expected end of tag"));
+  e.PushErrorMessage(92008, VXString("expected end of tag"));
+  e.SetLocation(5, 0);
   e.PushErrorMessage(99018, VXString("b.xml"));
   e.PushErrorMessage(43125, VXString("/x/qorl1.xsd"));
   std::vector<Diagnostic> ds = api::ToDiagnostics(e);
@@ -295,27 +329,55 @@ TEST(ApiDiagnostics, EachErrorKeepsItsFileAndPrintsAsTheLayerDoes) {
   EXPECT_TRUE(ds[0].file.empty());
   EXPECT_EQ(ds[1].file, "b.xml");
   EXPECT_EQ(ds[1].line, 5u);
+  EXPECT_EQ(ds[1].column, 0u);
   EXPECT_EQ(ds[1].code, 92008u);
   EXPECT_EQ(ds[2].file, "a.xml");
-  EXPECT_EQ(ds[2].line, 6u);  // from the element being applied
+  EXPECT_EQ(ds[2].line, 9u);  // the reference's own place, not the element's
+  EXPECT_EQ(ds[2].column, 4u);
   EXPECT_EQ(ds[2].code, 92006u);
+  EXPECT_EQ(ds[2].element, "PhysicalCatalog");
+  EXPECT_EQ(FormatDiagnostics(ds),
+            "qorl: error: The schema file /x/qorl1.xsd does not exist. [43125]\n"
+            "b.xml:5: error: The XML document is not well-formed or not valid: expected end of tag [92008]\n"
+            "a.xml:9:4: error: The object \"missing\" (uid none) that the document refers to cannot be found. [92006]\n"
+            "a.xml:6:1: note: While applying <PhysicalCatalog> \"missing\".\"c\".");
+  EXPECT_EQ(Error(ds).what(), FormatDiagnostics(ds));
+  // The layer's own text keeps every place in it.
   VXString layer;
   e.RetrieveErrorMessages(layer);
-  EXPECT_EQ(FormatDiagnostics(ds), layer.ToUTF8());
-  EXPECT_EQ(Error(ds).what(), layer.ToUTF8());
+  EXPECT_NE(layer.ToUTF8().find("Line 9, column 4: The object"), std::string::npos) << layer.ToUTF8();
+
+  // Without the element's place the message takes it; without a document the
+  // place goes into the text.
+  ErrorMessage bare(92006, VXString("\"x\""), VXString("none"));
+  bare.PushErrorMessage(99017, VXString("Database"), VXString("\"x\""));
+  bare.SetLocation(3, 2);
+  std::vector<Diagnostic> one = api::ToDiagnostics(bare);
+  ASSERT_EQ(one.size(), 1u);
+  EXPECT_EQ(one[0].line, 3u);
+  EXPECT_EQ(FormatDiagnostic(one[0]).substr(0, 37), "qorl: error: line 3, column 2: The ob");
 }
 
-TEST(ApiDiagnostics, GeneratorErrorsKeepTheirParagraphs) {
-  for (const char* text : {"A\n", "A\n\nB\n", "ctx\nLine 7: A\n\nB\n", "A\n\n", "\n\nA\n"}) {
-    std::vector<Diagnostic> ds = api::TextToDiagnostics(VXString(text));
-    std::string joined;
-    for (size_t i = 0; i < ds.size(); ++i) joined += (i ? "\n\n" : "") + FormatDiagnostic(ds[i]);
-    EXPECT_EQ(joined + "\n", text);
+TEST(ApiDiagnostics, PlacesAreTakenOutOfTheText) {
+  unsigned line = 9, column = 9;
+  EXPECT_EQ(api::SplitLocation("Line 12: unknown x", line, column), "Unknown x");
+  EXPECT_EQ(line, 12u);
+  EXPECT_EQ(column, 0u);
+  EXPECT_EQ(api::SplitLocation("Line 12, column 7: A", line, column), "A");
+  EXPECT_EQ(column, 7u);
+  for (const char* kept : {"Line x: y", "Lines 3: y", "Line 3 y", "Line 3, column : y", "plain"}) {
+    EXPECT_EQ(api::SplitLocation(kept, line, column), kept);
+    EXPECT_EQ(line, 0u) << kept;
   }
-  EXPECT_EQ(api::TextToDiagnostics(VXString("ctx\nLine 7: A\n\nB\n"))[0].line, 7u);
-  EXPECT_EQ(api::LineOfText("Line 12: x"), 12u);
-  EXPECT_EQ(api::LineOfText("Line x: y"), 0u);
-  EXPECT_EQ(api::LineOfText("Lines 3: y"), 0u);
+  // The generator's paragraphs: context lines become notes, the last line is the message.
+  std::vector<Diagnostic> ds = api::TextToDiagnostics(VXString("ctx\nLine 7: a\n\nB\n\n\n"));
+  ASSERT_EQ(ds.size(), 2u);
+  EXPECT_EQ(ds[0].message, "A");
+  EXPECT_EQ(ds[0].line, 7u);
+  ASSERT_EQ(ds[0].notes.size(), 1u);
+  EXPECT_EQ(ds[0].notes[0].message, "ctx");
+  EXPECT_EQ(ds[1].message, "B");
+  EXPECT_TRUE(api::TextToDiagnostics(VXString("\n\n")).empty());
 }
 
 }  // namespace qorl::api_test

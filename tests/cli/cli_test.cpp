@@ -5,8 +5,13 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
+#include <optional>
+#include <regex>
 #include <set>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include "qorl/repository.h"
 
@@ -17,10 +22,10 @@ struct Result {
   std::string out;
 };
 
-// Starts the qorl command with stderr folded into the output; it runs until
-// FinishQorl reads what it wrote.
-FILE* StartQorl(const std::string& args, const std::string& env = "") {
-  std::string cmd = env + " '" QORL_CLI_PATH "' " + args + " 2>&1";
+// Starts the qorl command with stderr folded into the output; `input` is a
+// file for its standard input. It runs until FinishQorl reads what it wrote.
+FILE* StartQorl(const std::string& args, const std::string& env = "", const std::string& input = "") {
+  std::string cmd = env + " '" QORL_CLI_PATH "' " + args + (input.empty() ? "" : " < '" + input + "'") + " 2>&1";
   return popen(cmd.c_str(), "r");
 }
 
@@ -34,7 +39,9 @@ Result FinishQorl(FILE* p) {
   return r;
 }
 
-Result RunQorl(const std::string& args, const std::string& env = "") { return FinishQorl(StartQorl(args, env)); }
+Result RunQorl(const std::string& args, const std::string& env = "", const std::string& input = "") {
+  return FinishQorl(StartQorl(args, env, input));
+}
 
 class Cli : public ::testing::Test {
  protected:
@@ -81,6 +88,13 @@ TEST_F(Cli, FailuresExitNonZeroWithTheReasonOnStderr) {
   EXPECT_NE(RunQorl("no-such-command").code, 0);
   EXPECT_EQ(RunQorl("--version").out.rfind("qorl ", 0), 0u);
   EXPECT_EQ(RunQorl("info --help").code, 0);
+
+  // info tells a directory from a missing file.
+  Result directory = RunQorl("info '" + dir.string() + "' --repository-password right");
+  EXPECT_EQ(directory.code, 1);
+  EXPECT_EQ(directory.out, "qorl: error: " + dir.string() + " is a directory, not a repository file. [99036]\n");
+  Result missing = RunQorl("info '" + (dir / "none.db").string() + "' --repository-password right");
+  EXPECT_EQ(missing.out, "qorl: error: The repository file " + (dir / "none.db").string() + " does not exist. [99035]\n");
 }
 
 TEST_F(Cli, GenWritesTheRepositoryOrChosenObjects) {
@@ -118,7 +132,7 @@ TEST_F(Cli, GenWritesTheRepositoryOrChosenObjects) {
   // A full disk: one error with its cause, and no claim that anything was written.
   Result full = RunQorl("gen '" + repo + "' -o /dev/full --repository-password pw");
   EXPECT_EQ(full.code, 1);
-  EXPECT_EQ(full.out, "error: Writing the document to /dev/full failed: No space left on device.\n");
+  EXPECT_EQ(full.out, "qorl: error: Writing the document to /dev/full failed: No space left on device. [46006]\n");
 }
 
 std::string ReadFile(const std::string& path) {
@@ -138,9 +152,8 @@ TEST_F(Cli, LoadAppliesDocumentsAndAFailureChangesNothing) {
   std::string before = ReadFile(dst);
   Result failed = RunQorl("load '" + dst + "' '" + bad + "' --repository-password b");
   EXPECT_NE(failed.code, 0);
-  EXPECT_NE(failed.out.find("bad.xml"), std::string::npos) << failed.out;
-  EXPECT_NE(failed.out.find("Line 6"), std::string::npos) << failed.out;
-  EXPECT_NE(failed.out.find("PhysicalCatalog"), std::string::npos) << failed.out;
+  EXPECT_EQ(failed.out.rfind(bad + ":6:1: error: ", 0), 0u) << failed.out;
+  EXPECT_NE(failed.out.find(bad + ":6:1: note: While applying <PhysicalCatalog>"), std::string::npos) << failed.out;
   EXPECT_EQ(ReadFile(dst), before);
 
   Result dry = RunQorl("load --dry-run '" + dst + "' '" + bad + "' --repository-password b --ignore-errors");
@@ -186,10 +199,247 @@ TEST_F(Cli, ValidationRejectsUnknownElementsWithTheirLine) {
                         "</DECLARE>\n</Repository>\n";
   Result lax = RunQorl("load '" + repo + "' '" + doc + "' --repository-password pw");
   EXPECT_EQ(lax.code, 0) << lax.out;
-  EXPECT_NE(lax.out.find("warning: Line 4"), std::string::npos) << lax.out;
+  EXPECT_NE(lax.out.find(doc + ":4: warning: Unknown element <Nonsense>"), std::string::npos) << lax.out;
   Result strict = RunQorl("load --validate '" + repo + "' '" + doc + "' --repository-password pw");
   EXPECT_NE(strict.code, 0);
-  EXPECT_NE(strict.out.find("Line 4"), std::string::npos) << strict.out;
+  EXPECT_NE(strict.out.find(doc + ":4:"), std::string::npos) << strict.out;
+}
+
+// ---- diagnostics, exit codes, inputs and install ------------------------------
+
+// One line of --diagnostics=json: a flat object of strings, numbers and nulls
+// (null as nullopt); nullopt for a line that is not such an object.
+using JsonObject = std::map<std::string, std::optional<std::string>>;
+std::optional<JsonObject> ParseJsonLine(const std::string& line) {
+  size_t i = 0;
+  auto ws = [&] { while (i < line.size() && line[i] == ' ') ++i; };
+  auto string = [&](std::string& out) {
+    if (i >= line.size() || line[i] != '"') return false;
+    for (++i; i < line.size() && line[i] != '"'; ++i) {
+      if (static_cast<unsigned char>(line[i]) < 0x20) return false;
+      if (line[i] != '\\') { out += line[i]; continue; }
+      if (++i >= line.size()) return false;
+      if (line[i] == 'u') {
+        if (i + 4 >= line.size()) return false;
+        out += "\\u" + line.substr(i + 1, 4);  // kept as written: enough to compare
+        i += 4;
+      } else if (std::string("\"\\/bfnrt").find(line[i]) != std::string::npos) {
+        out += line[i];
+      } else {
+        return false;
+      }
+    }
+    return i++ < line.size();
+  };
+  JsonObject object;
+  ws();
+  if (i >= line.size() || line[i++] != '{') return std::nullopt;
+  while (true) {
+    ws();
+    std::string key;
+    if (!string(key)) return std::nullopt;
+    ws();
+    if (i >= line.size() || line[i++] != ':') return std::nullopt;
+    ws();
+    std::optional<std::string> value;
+    if (line.compare(i, 4, "null") == 0) {
+      i += 4;
+    } else if (i < line.size() && line[i] == '"') {
+      std::string text;
+      if (!string(text)) return std::nullopt;
+      value = text;
+    } else {
+      size_t start = i;
+      while (i < line.size() && std::isdigit(static_cast<unsigned char>(line[i]))) ++i;
+      if (i == start) return std::nullopt;
+      value = line.substr(start, i - start);
+    }
+    if (!object.emplace(key, value).second) return std::nullopt;
+    ws();
+    if (i < line.size() && line[i] == ',') { ++i; continue; }
+    if (i < line.size() && line[i] == '}' && ++i == line.size()) return object;
+    return std::nullopt;
+  }
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> out;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) out.push_back(line);
+  return out;
+}
+
+// The retail sample with one reference broken: line 50's <RefPhysicalColumn>
+// names a column that does not exist, inside the <PhysicalKey> of line 48.
+std::string BrokenRetail() {
+  std::vector<std::string> lines = Lines(ReadFile(std::string(QORL_SOURCE_DIR) + "/examples/retail.xml"));
+  EXPECT_NE(lines.at(47).find("<PhysicalKey name=\"PK_SALES_FACT\""), std::string::npos) << lines.at(47);
+  size_t at = lines.at(49).find("SALE_ID&quot;");
+  EXPECT_EQ(lines.at(49).rfind("<RefPhysicalColumn", 0), 0u) << lines.at(49);
+  lines.at(49).replace(at, 7, "SALE_IDX");
+  std::string text;
+  for (const std::string& l : lines) text += l + "\n";
+  return text;
+}
+
+TEST_F(Cli, DiagnosticsAreOneLineEachAndPointAtTheElementThatIsWrong) {
+  MakeRepository(repo, "pw");
+  std::string bad = (dir / "badref.xml").string(), log = (dir / "qorl.log").string();
+  std::ofstream(bad) << BrokenRetail();
+  const std::string object = "\"Retail DW\".\"\".\"SALES\".\"SALES_FACT\"";
+  const std::string expected =
+      bad + ":50:1: error: The object " + object + ".\"SALE_IDX\" (uid none) that the document refers to cannot be found. [92006]\n" +
+      bad + ":48:1: note: While applying <PhysicalKey> " + object + ".\"PK_SALES_FACT\".\n" +
+      repo + ": note: Nothing was loaded; the repository is unchanged.\n";
+  Result text = RunQorl("--log '" + log + "' load '" + repo + "' '" + bad + "' --repository-password pw");
+  EXPECT_EQ(text.code, 1);
+  EXPECT_EQ(text.out, expected);
+  // The log holds every diagnostic, the load's errors among them.
+  std::string logged = ReadFile(log);
+  for (const std::string& line : Lines(expected)) EXPECT_NE(logged.find(" " + line + "\n"), std::string::npos) << line;
+  EXPECT_NE(logged.find(" " + bad + ": note: Loading the file"), std::string::npos) << logged;
+
+  // The same as JSON, one object per line, with every key.
+  Result json = RunQorl("--diagnostics=json load '" + repo + "' '" + bad + "' --repository-password pw");
+  EXPECT_EQ(json.code, 1);
+  std::vector<std::string> lines = Lines(json.out);
+  ASSERT_EQ(lines.size(), 3u) << json.out;
+  const std::set<std::string> keys = {"file", "line", "column", "severity", "code", "message", "element", "object"};
+  std::vector<JsonObject> objects;
+  for (const std::string& line : lines) {
+    std::optional<JsonObject> o = ParseJsonLine(line);
+    ASSERT_TRUE(o) << line;
+    std::set<std::string> got;
+    for (const auto& [k, v] : *o) got.insert(k);
+    EXPECT_EQ(got, keys) << line;
+    objects.push_back(*o);
+  }
+  EXPECT_EQ(objects[0]["file"], bad);
+  EXPECT_EQ(objects[0]["line"], "50");
+  EXPECT_EQ(objects[0]["column"], "1");
+  EXPECT_EQ(objects[0]["severity"], "error");
+  EXPECT_EQ(objects[0]["code"], "92006");
+  EXPECT_EQ(objects[0]["element"], "PhysicalKey");
+  EXPECT_EQ(objects[0]["object"], object + ".\"PK_SALES_FACT\"");
+  EXPECT_EQ(objects[1]["severity"], "note");
+  EXPECT_EQ(objects[1]["line"], "48");
+  EXPECT_EQ(objects[2]["line"], std::nullopt);
+  EXPECT_EQ(objects[2]["code"], std::nullopt);
+
+  // A missing document says so, without a line.
+  std::string missing = (dir / "missing.xml").string();
+  Result gone = RunQorl("load '" + repo + "' '" + missing + "' --repository-password pw");
+  EXPECT_EQ(gone.code, 1);
+  EXPECT_EQ(Lines(gone.out).at(0), missing + ": error: The file does not exist. [92035]");
+  EXPECT_EQ(gone.out.find("Line 0"), std::string::npos) << gone.out;
+  EXPECT_EQ(RunQorl("load --dry-run '" + repo + "' '" + missing + "' --repository-password pw").out.rfind(missing + ": error: The file does not exist.", 0), 0u);
+}
+
+TEST_F(Cli, UsageErrorsExitTwoAndHelpExplainsEachSubcommand) {
+  MakeRepository(repo, "pw");
+  Result bogus = RunQorl("bogus");
+  EXPECT_EQ(bogus.code, 2);
+  EXPECT_EQ(bogus.out, "qorl: error: unknown subcommand 'bogus'; see qorl --help\n");
+  Result noRepo = RunQorl("load");
+  EXPECT_EQ(noRepo.code, 2);
+  EXPECT_EQ(noRepo.out, "qorl: error: REPO is required; see qorl load --help\n");
+  EXPECT_EQ(RunQorl("gen '" + repo + "' --type nonsense --repository-password pw").code, 2);
+  EXPECT_EQ(RunQorl("--diagnostics xml info '" + repo + "' --repository-password pw").code, 2);
+  EXPECT_EQ(RunQorl("info '" + repo + "' --no-such-option --repository-password pw").code, 2);
+  EXPECT_EQ(RunQorl("--log '" + (dir / "no" / "x.log").string() + "' info '" + repo + "' --repository-password pw").code, 2);
+  Result noPassword = RunQorl("info '" + repo + "'", "env -u QORL_REPOSITORY_PASSWORD");
+  EXPECT_EQ(noPassword.code, 2);
+  EXPECT_NE(noPassword.out.find("[99011]"), std::string::npos) << noPassword.out;
+
+  Result help = RunQorl("help");
+  EXPECT_EQ(help.code, 0);
+  EXPECT_EQ(help.out, RunQorl("--help").out);
+  EXPECT_NE(help.out.find("Exit codes:\n  0  success"), std::string::npos) << help.out;
+  Result helpLoad = RunQorl("help load");
+  EXPECT_EQ(helpLoad.code, 0);
+  EXPECT_EQ(helpLoad.out, RunQorl("load --help").out);
+  EXPECT_NE(helpLoad.out.find("Usage: qorl load"), std::string::npos) << helpLoad.out;
+  Result helpBogus = RunQorl("help bogus");
+  EXPECT_EQ(helpBogus.code, 2);
+  EXPECT_EQ(helpBogus.out, "qorl: error: unknown subcommand 'bogus'; see qorl --help\n");
+
+  // check-password is a comparison: 0 opens, 1 does not, 2 could not tell.
+  std::string doc = (dir / "doc.xml").string();
+  ASSERT_EQ(RunQorl("gen '" + repo + "' -o '" + doc + "' --repository-password pw").code, 0);
+  EXPECT_EQ(RunQorl("check-password '" + doc + "' --password pw").code, 0);
+  EXPECT_EQ(RunQorl("check-password '" + doc + "' --password other").code, 1);
+  EXPECT_EQ(RunQorl("check-password '" + (dir / "none.xml").string() + "' --password pw").code, 2);
+  EXPECT_EQ(RunQorl("check-password '" + doc + "'").code, 2);
+}
+
+TEST_F(Cli, DocumentsFromStandardInputAndPasswordsFromFiles) {
+  std::string src = (dir / "src.db").string(), dst = (dir / "dst.db").string(), doc = (dir / "doc.xml").string();
+  std::string srcPassword = (dir / "a.pw").string(), dstPassword = (dir / "b.pw").string();
+  MakeRepository(src, "a");
+  MakeRepository(dst, "b");
+  std::ofstream(srcPassword) << "a\n";
+  std::ofstream(dstPassword) << "b\r\nnot this line\n";
+  ASSERT_EQ(RunQorl("gen '" + src + "' -o '" + doc + "' --repository-password-file '" + srcPassword + "'").code, 0);
+
+  // The file wins over the environment; "-" is the document on standard input.
+  Result loaded = RunQorl("load '" + dst + "' - --password-file '" + srcPassword + "' --repository-password-file '" +
+                              dstPassword + "'",
+                          "QORL_REPOSITORY_PASSWORD=wrong", doc);
+  EXPECT_EQ(loaded.code, 0) << loaded.out;
+  Result info = RunQorl("info '" + dst + "' --repository-password b");
+  EXPECT_NE(info.out.find("Group \"Administrators\""), std::string::npos) << info.out;
+  EXPECT_EQ(RunQorl("check-password - --password-file '" + srcPassword + "'", "", doc).code, 0);
+
+  // Errors in standard input name it as compilers do.
+  std::string bad = (dir / "bad.xml").string();
+  std::ofstream(bad) << "<?xml version='1.0' encoding='UTF-8'?>\n<Repository>\n<DECLARE>\n"
+                        "<PhysicalCatalog name=\"c\" parentName=\"&quot;missing&quot;\">\n</PhysicalCatalog>\n"
+                        "</DECLARE>\n</Repository>\n";
+  Result fromStdin = RunQorl("load '" + dst + "' - --repository-password b", "", bad);
+  EXPECT_EQ(fromStdin.code, 1);
+  EXPECT_EQ(fromStdin.out.rfind("<stdin>:4:1: error: The object \"missing\"", 0), 0u) << fromStdin.out;
+  EXPECT_EQ(RunQorl("load '" + dst + "' - - --repository-password b", "", bad).code, 2);
+
+  // A password and a password file at once, or a file that cannot be read: usage errors naming it.
+  EXPECT_EQ(RunQorl("info '" + dst + "' --repository-password b --repository-password-file '" + dstPassword + "'").code, 2);
+  EXPECT_EQ(RunQorl("load '" + dst + "' '" + doc + "' --password a --password-file '" + srcPassword +
+                    "' --repository-password b").code, 2);
+  std::string none = (dir / "none.pw").string();
+  Result unreadable = RunQorl("info '" + dst + "' --repository-password-file '" + none + "'");
+  EXPECT_EQ(unreadable.code, 2);
+  EXPECT_EQ(unreadable.out, none + ": error: The password file cannot be read: No such file or directory. [99037]\n");
+  EXPECT_EQ(RunQorl("info '" + dst + "' --repository-password-file '" + dir.string() + "'").code, 2);
+}
+
+TEST(Install, TheManPageAndTheCompletionKnowEverySubcommandAndOption) {
+  std::string help = RunQorl("--help").out;
+  size_t at = help.find("\nSubcommands:\n");
+  ASSERT_NE(at, std::string::npos) << help;
+  std::vector<std::string> subcommands;
+  std::istringstream in(help.substr(at + 14));
+  for (std::string line; std::getline(in, line) && !line.empty();) subcommands.push_back(line.substr(2, line.find(' ', 2) - 2));
+  ASSERT_GE(subcommands.size(), 6u) << help;
+  std::string man = ReadFile(QORL_MAN_PAGE), completion = ReadFile(QORL_COMPLETION);
+  ASSERT_FALSE(man.empty()) << QORL_MAN_PAGE;
+  EXPECT_EQ(man.rfind(".TH QORL 1", 0), 0u);
+  std::smatch m;
+  ASSERT_TRUE(std::regex_search(completion, m, std::regex("subcommands=\"([^\"]*)\""))) << completion;
+  std::set<std::string> completed;
+  std::istringstream words(m[1].str());
+  for (std::string w; words >> w;) completed.insert(w);
+  const std::regex option("--[a-z][a-z-]*");
+  std::set<std::string> completedOptions;
+  for (auto it = std::sregex_iterator(completion.begin(), completion.end(), option); it != std::sregex_iterator(); ++it)
+    completedOptions.insert(it->str());
+  for (const std::string& sub : subcommands) {
+    SCOPED_TRACE(sub);
+    EXPECT_NE(man.find("\n.SS " + sub + "\n"), std::string::npos);
+    EXPECT_TRUE(completed.count(sub));
+    // Every option the subcommand's help lists can be completed.
+    std::string text = RunQorl(sub + " --help").out;
+    for (auto it = std::sregex_iterator(text.begin(), text.end(), option); it != std::sregex_iterator(); ++it)
+      EXPECT_TRUE(completedOptions.count(it->str())) << it->str();
+  }
 }
 
 // Two loads into one repository at the same time, again and again: both

@@ -139,6 +139,36 @@ TEST(Load, BadDocumentsNameTheLineAndStopTheLoad) {
   }
 }
 
+TEST(Load, AnUnresolvedReferencePointsAtItsOwnElement) {
+  const std::string doc = Doc(
+      "<Database name=\"d\">\n</Database>\n"                                                        // 4-5
+      "<PhysicalTable name=\"T\" parentName=\"&quot;d&quot;.&quot;&quot;.&quot;&quot;\">\n</PhysicalTable>\n"  // 6-7
+      "<PhysicalKey name=\"k\"\n parentName=\"&quot;d&quot;.&quot;&quot;.&quot;&quot;.&quot;T&quot;\">\n"  // 8-9
+      "<Columns>\n"                                                                                   // 10
+      "  <RefPhysicalColumn qualifiedName=\"&quot;d&quot;.&quot;&quot;.&quot;&quot;.&quot;T&quot;.&quot;nope&quot;\"/>\n"
+      "</Columns>\n</PhysicalKey>\n");
+  auto rp = ARpGateway::CreateInMemory();
+  LoadResult r = Load(*rp, doc);
+  ASSERT_FALSE(r.ok);
+  const std::vector<ErrorMessage::Entry>& entries = r.err.Entries();
+  ASSERT_EQ(entries.size(), 2u) << r.Text();
+  // The reference where it starts (line 11, after two blanks), then the key
+  // being applied where its start tag begins, though it ends a line later.
+  EXPECT_EQ(entries[0].number, 92006u);
+  EXPECT_EQ(entries[0].line, 11u);
+  EXPECT_EQ(entries[0].column, 3u);
+  EXPECT_EQ(entries[1].number, 99017u);
+  EXPECT_EQ(entries[1].line, 8u);
+  EXPECT_EQ(entries[1].column, 1u);
+
+  // Passed over, the error is logged with the same place.
+  auto other = ARpGateway::CreateInMemory();
+  ServerLogCapture log;
+  EXPECT_TRUE(Load(*other, doc, true).ok);
+  ASSERT_EQ(log.Count(ServerLog::kError), 1u);
+  EXPECT_TRUE(log.Contains(ServerLog::kError, "Line 11, column 3: The object")) << log.Entries()[0].text.ToUTF8();
+}
+
 TEST(Load, TextThatIsNotANumberInRangeIsAnErrorNamingTheAttribute) {
   const std::string db = "<Database name=\"d\">\n</Database>\n";  // lines 4-5
   const std::string pool = "<ConnectionPool name=\"p\" parentName=\"&quot;d&quot;\" ";

@@ -49,6 +49,22 @@ TEST(ErrorMessage, StackOrderAndArguments) {
   EXPECT_EQ(ErrorMessage(2).GetText(), "Message 2");
 }
 
+TEST(ErrorMessage, ALocationLeadsTheTextAsTheCatalogueWritesIt) {
+  ErrorMessage e(99008, "x");
+  e.SetLocation(3, 2);
+  EXPECT_EQ(e.GetText(), "Line 3, column 2: The object x does not exist.");
+  e.PushErrorMessage(99008, "y");
+  e.SetLocation(4, 0);
+  EXPECT_EQ(e.GetText(), "Line 4: The object y does not exist.");
+  EXPECT_EQ(e.Entries()[0].line, 3u);  // only the top entry moved
+  e.SetLocation(0, 9);
+  EXPECT_EQ(e.GetText(), "The object y does not exist.");
+  EXPECT_EQ(e.Entries()[1].column, 0u);
+  ErrorMessage none;
+  none.SetLocation(1, 1);  // nothing to point
+  EXPECT_FALSE(none.HasMessages());
+}
+
 TEST(ErrorMessage, ThrowAndLog) {
   try {
     SUGThrow(ErrorMessage(99008, "2001:0000000A"), __FILE__, __LINE__);
@@ -73,7 +89,8 @@ TEST(MessageCatalogue, EveryUsedNumberHasATemplate) {
       13042, 28021, 28022, 28028, 28034, 34036, 35021, 43125, 43156, 43157, 46003, 46182, 64001, 74073, 92001,
       92005, 92006, 92007, 92008, 92009, 92012, 92013, 92014, 92015, 92016, 94230, 94339, 94396, 94531, 94549,
       94550, 94562, 94568, 94569, 94572, 94573, 94575, 94576, 94577, 94578, 94626, 94627, 94632, 94648, 99001,
-      99002, 99003, 99004, 99005, 99006, 99007, 99008, 99009, 99010, 99011, 99012, 99013, 99014, 99015, 99016};
+      99002, 99003, 99004, 99005, 99006, 99007, 99008, 99009, 99010, 99011, 99012, 99013, 99014, 99015, 99016,
+      92035, 92036, 92037, 99035, 99036, 99037, 99038};
   for (unsigned long n : used) EXPECT_NE(SUStrUtil::MessageTemplate(n), nullptr) << n;
   EXPECT_EQ(SUStrUtil::MessageTemplate(1), nullptr);
 
@@ -95,7 +112,8 @@ TEST(MessageCatalogue, EveryUsedNumberHasATemplate) {
             "The repository file /r.qorl has format version 3 and was written by a newer qorl; this version reads up "
             "to version 2.");
   EXPECT_EQ(SUStrUtil::LoadMsgStringOnly(99011),
-            "No repository password was given: use --repository-password or QORL_REPOSITORY_PASSWORD.");
+            "No repository password was given: use --repository-password-file, --repository-password or "
+            "QORL_REPOSITORY_PASSWORD.");
 }
 
 TEST(MessageCatalogue, PlaceholderSubstitution) {
@@ -113,8 +131,7 @@ TEST(MessageCatalogue, PlaceholderSubstitution) {
 
 TEST(ServerLog, CaptureKindsAndRestore) {
   std::vector<VXString> outer;
-  ServerLog::Sink previous =
-      ServerLog::SetSink([&](ServerLog::Kind, int, const VXString& t) { outer.push_back(t); });
+  ServerLog::Sink previous = ServerLog::SetSink([&](const ServerLog::Record& r) { outer.push_back(r.text); });
   {
     ServerLogCapture cap;
     ServerLog::LogWarning(34036, 2, "\"u1\"", "\"a\", \"b\"");
@@ -137,4 +154,51 @@ TEST(ServerLog, CaptureKindsAndRestore) {
   ASSERT_EQ(outer.size(), 1u);
   EXPECT_EQ(outer[0], "after");
   ServerLog::SetSink(previous);
+}
+
+TEST(ServerLog, RecordsCarryTheNumberTheDocumentAndWholeErrors) {
+  struct Seen {
+    ServerLog::Kind kind;
+    unsigned long code;
+    VXString document;
+    bool whole;
+    VXString text;
+  };
+  std::vector<Seen> seen;
+  ServerLog::Sink previous = ServerLog::SetSink([&](const ServerLog::Record& r) {
+    seen.push_back({r.kind, r.code, r.document, r.error != nullptr, r.text});
+  });
+  {
+    VXString doc("a.xml");
+    ServerLog::DocumentScope scope(doc);
+    ServerLog::LogWarning(99019, 1, 4, "X");
+    {
+      VXString inner("b.xml");
+      ServerLog::DocumentScope nested(inner);
+      ServerLog::LogNotification("n", 1);
+    }
+    ErrorMessage e(92006, "\"m\"", "none");
+    e.PushErrorMessage(99017, "Database", "\"m\"");
+    ServerLog::LogError(e);
+  }
+  ServerLog::LogWarning(99019, 1, 5, "Y");
+  ServerLog::SetSink(previous);
+  ASSERT_EQ(seen.size(), 4u);
+  EXPECT_EQ(seen[0].code, 99019u);
+  EXPECT_EQ(seen[0].document, "a.xml");
+  EXPECT_EQ(seen[1].document, "b.xml");
+  EXPECT_EQ(seen[2].kind, ServerLog::kError);
+  EXPECT_TRUE(seen[2].whole);  // one record, its context with it
+  EXPECT_EQ(seen[2].code, 92006u);
+  EXPECT_EQ(seen[2].document, "a.xml");
+  EXPECT_NE(seen[2].text.find(U'\n'), VXString::npos);
+  EXPECT_EQ(seen[3].document, "");
+
+  ServerLogCapture cap;  // the capture still sees one entry per message
+  ErrorMessage two(92006, "\"m\"", "none");
+  two.PushErrorMessage(99017, "Database", "\"m\"");
+  ServerLog::LogError(two);
+  ASSERT_EQ(cap.Entries().size(), 2u);
+  EXPECT_EQ(cap.Entries()[0].code, 99017u);
+  EXPECT_EQ(cap.Entries()[1].code, 92006u);
 }
