@@ -28,6 +28,7 @@ int main(int argc, char** argv) {
   RegisterGen(app, global);
   RegisterLoad(app, global);
   RegisterCheckPassword(app, global);
+  RegisterCheck(app, global);
   RegisterSample(app, global);
 
   try {
