@@ -24,6 +24,7 @@ struct LoadArgs {
   bool renameDuplicates = false;
   bool validate = false;
   bool dryRun = false;
+  bool strict = false;
 };
 
 // The options a load and its dry run share, so that the dry run reads each
@@ -37,11 +38,24 @@ LoadOptions ToLoadOptions(const LoadArgs& a) {
   o.passwordErrors = a.passwordErrors == "error" ? OnProblem::Fail : OnProblem::Warn;
   o.renameDuplicates = a.renameDuplicates;
   o.validate = a.validate;
+  o.strict = a.strict;
   return o;
+}
+
+// ---- summaries --------------------------------------------------------------
+
+// What a load did (or, for check, would do), judged by what changed.
+std::string Summary(const LoadReport& r) {
+  if (r.created == 0 && r.changed == 0 && r.deleted == 0)
+    return "nothing changed (" + std::to_string(r.unchanged) + " unchanged)";
+  return std::to_string(r.created) + " created, " + std::to_string(r.changed) + " changed, " +
+         std::to_string(r.unchanged) + " unchanged, " + std::to_string(r.deleted) + " deleted";
 }
 
 int DryRun(const Repository& rp, const LoadArgs& a, const InputDocuments& inputs) {
   bool ok = true;
+  std::cout << "dry run: lists what the documents declare; references are not resolved and nothing is applied "
+               "(qorl check tests the whole load)\n";
   for (const Declaration& d : rp.Declared(inputs.Paths(), ToLoadOptions(a))) {
     if (!d.errors.empty()) {
       Report(d.errors);
@@ -76,8 +90,7 @@ int RunLoad(const GlobalOptions& g, const LoadArgs& a) {
   }
   rp.Commit();
   if (!g.quiet)
-    std::cout << "loaded " << a.files.size() << " document(s) into " << a.repo << ": " << report.created << " created, "
-              << report.updated << " updated, " << report.deleted << " deleted\n";
+    std::cout << "loaded " << a.files.size() << " document(s) into " << a.repo << ": " << Summary(report) << "\n";
   return kExitOK;
 }
 
@@ -104,8 +117,78 @@ void RegisterLoad(CLI::App& app, GlobalOptions& g) {
   cmd->add_flag("--rename-duplicates", a->renameDuplicates,
                 "A new object whose name is taken gets a new name instead of updating the stored object");
   cmd->add_flag("--validate", a->validate, "Validate each document against the schema first");
-  cmd->add_flag("--dry-run", a->dryRun, "List what the documents declare; change nothing");
+  cmd->add_flag("--dry-run", a->dryRun,
+                "List what the documents declare; resolves no reference and changes nothing (see check)");
+  cmd->add_flag("--strict", a->strict, "Treat every warning (unknown element, attribute or value) as an error");
   cmd->callback([&g, a] { g.exitCode = RunCommand(g, [&] { return RunLoad(g, *a); }); });
+}
+
+// ---- qorl check ---------------------------------------------------------------
+
+namespace {
+
+struct CheckArgs {
+  std::vector<std::string> positional;  // REPO FILE..., or FILE... with --empty
+  bool empty = false;
+  LoadArgs load;
+};
+
+int RunCheck(const GlobalOptions& g, CheckArgs& c) {
+  LoadArgs& a = c.load;
+  std::vector<std::string> files = c.positional;
+  if (!c.empty) {
+    if (files.size() < 2)
+      throw UsageError("check needs a repository and at least one document (or --empty and the documents)");
+    a.repo = files.front();
+    files.erase(files.begin());
+  } else if (files.empty()) {
+    throw UsageError("check needs at least one document");
+  }
+  a.files = files;
+  // The gate validates against the schema always.
+  a.validate = true;
+  Repository rp = c.empty ? Repository::CreateInMemory() : OpenRepository(g, a.repo, Access::Read);
+  InputDocuments inputs(a.files);
+  // Never committed: the repository file is not written.
+  LoadReport report = rp.Check(inputs.Paths(), ToLoadOptions(a));
+  Report(report.warnings);
+  std::string target = c.empty ? std::string("an empty repository") : a.repo;
+  if (!report.loaded) {
+    Report(report.errors);
+    Remark(Severity::Error, "Check failed: the documents do not load into " + target + ".");
+    return kExitFailure;
+  }
+  for (Diagnostic d : report.errors) {
+    d.severity = Severity::Warning;
+    Report(d);
+  }
+  if (!g.quiet)
+    std::cout << "check passed: " << a.files.size() << " document(s) load into " << target << ": " << Summary(report)
+              << "\n";
+  return kExitOK;
+}
+
+}  // namespace
+
+void RegisterCheck(CLI::App& app, GlobalOptions& g) {
+  auto* cmd = app.add_subcommand(
+      "check", "Test that documents load: schema, references and the whole load, rolled back; nothing is written");
+  auto c = std::make_shared<CheckArgs>();
+  cmd->add_option("ARGS", c->positional, "REPO FILE..., or FILE... with --empty; - reads a document from standard input");
+  cmd->add_flag("--empty", c->empty, "Check against a new empty repository instead of REPO");
+  cmd->add_option("--password", c->load.passwords, "Password of each document's secrets, one per file, in order");
+  cmd->add_option("--password-file", c->load.passwordFiles, "Read a document's password from the first line of FILE")
+      ->type_name("FILE");
+  cmd->add_option("--expr-errors", c->load.exprErrors, "An expression that does not parse: error or warn")
+      ->check(CLI::IsMember({"error", "warn"}))
+      ->capture_default_str();
+  cmd->add_option("--password-errors", c->load.passwordErrors, "A password that does not decrypt: error or warn")
+      ->check(CLI::IsMember({"error", "warn"}))
+      ->capture_default_str();
+  cmd->add_flag("--rename-duplicates", c->load.renameDuplicates,
+                "A new object whose name is taken gets a new name instead of updating the stored object");
+  cmd->add_flag("--strict", c->load.strict, "Treat every warning (unknown element, attribute or value) as an error");
+  cmd->callback([&g, c] { g.exitCode = RunCommand(g, [&] { return RunCheck(g, *c); }); });
 }
 
 void RegisterCheckPassword(CLI::App& app, GlobalOptions& g) {

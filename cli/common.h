@@ -95,6 +95,7 @@ void RegisterInfo(CLI::App& app, GlobalOptions& g);
 void RegisterGen(CLI::App& app, GlobalOptions& g);
 void RegisterLoad(CLI::App& app, GlobalOptions& g);
 void RegisterCheckPassword(CLI::App& app, GlobalOptions& g);
+void RegisterCheck(CLI::App& app, GlobalOptions& g);
 void RegisterSample(CLI::App& app, GlobalOptions& g);
 
 }  // namespace qorl::cli

@@ -99,6 +99,7 @@ int main(int argc, char** argv) {
   RegisterGen(app, global);
   RegisterLoad(app, global);
   RegisterCheckPassword(app, global);
+  RegisterCheck(app, global);
   RegisterSample(app, global);
   main_detail::RegisterHelp(app, global);
   // Set last: subcommands copy the settings of the app when they are added.

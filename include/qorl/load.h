@@ -30,13 +30,21 @@ struct LoadOptions {
   bool renameDuplicates = false;
   // Check each document against the schema before applying it.
   bool validate = false;
+  // What a load passes over with a warning (an unknown element, attribute or
+  // enumerated value, most likely a typo) fails the load instead.
+  bool strict = false;
 };
 
 struct LoadReport {
   // False: nothing was applied, and the repository was rolled back to its
   // last commit; errors say why.
   bool loaded = false;
+  // Each object counted once. An object the documents name and that existed
+  // is changed when one of its properties or relations differs from what it
+  // was before the load, unchanged otherwise; updated is the two together.
   std::size_t created = 0;
+  std::size_t changed = 0;
+  std::size_t unchanged = 0;
   std::size_t updated = 0;
   std::size_t deleted = 0;
   // Why the load failed; after a load with ignoreErrors, what was passed over.

@@ -72,6 +72,9 @@ class Repository {
   // or one written by a newer qorl throws Error.
   static Repository Open(const std::filesystem::path& file, const std::string& password,
                          const OpenOptions& options = {});
+  // A repository in memory only, holding the built-in security objects:
+  // Commit marks what Rollback returns to and writes nothing anywhere.
+  static Repository CreateInMemory(const std::string& password = std::string());
 
   Repository(Repository&&) noexcept;
   Repository& operator=(Repository&&) noexcept;
@@ -103,6 +106,11 @@ class Repository {
   // a stored one; the repository is not changed. The documents are read as
   // Load reads them with these options (passwords, ignoreErrors,
   // passwordErrors), each against the repository as it stands.
+  // Load as a test: every document read, resolved and applied as Load does
+  // it, then the repository rolled back to its last commit whatever the
+  // outcome (uncommitted changes made before go too). The report says
+  // whether the load would have succeeded, and what it would have done.
+  LoadReport Check(const std::vector<std::filesystem::path>& documents, const LoadOptions& options = {});
   std::vector<Declaration> Declared(const std::vector<std::filesystem::path>& documents,
                                     const LoadOptions& options = {}) const;
 

@@ -46,14 +46,15 @@ LoadReport Repository::Load(const std::vector<std::filesystem::path>& documents,
   LoadReport report;
   ErrorMessage err;
   VXString warnings;
-  VoidIDVector created, modified, deleted;
+  VoidIDVector created, modified, unchanged, deleted;
   bool ok;
   try {
     ok = QORLParser::ExecuteTransactionalXML(&rp, load_detail::ToVX(documents), load_detail::ToVX(options.passwords),
                                              err, warnings, created, modified, deleted, QORLParser::QORLFile,
                                              options.expressionErrors == OnProblem::Fail,
                                              options.passwordErrors == OnProblem::Fail, options.ignoreErrors,
-                                             options.renameDuplicates, false, false, options.validate);
+                                             options.renameDuplicates, false, false, options.validate,
+                                             options.strict, &unchanged);
   } catch (const ErrorMessage& e) {
     // Half a load must not stay in memory for a later commit to write.
     std::vector<Diagnostic> errors = api::ToDiagnostics(e);
@@ -73,8 +74,18 @@ LoadReport Repository::Load(const std::vector<std::filesystem::path>& documents,
     return report;
   }
   report.created = created.size();
-  report.updated = modified.size();
+  report.changed = modified.size();
+  report.unchanged = unchanged.size();
+  report.updated = report.changed + report.unchanged;
   report.deleted = deleted.size();
+  return report;
+}
+
+LoadReport Repository::Check(const std::vector<std::filesystem::path>& documents, const LoadOptions& options) {
+  ARpGateway& rp = m_impl->Gateway();
+  LoadReport report = Load(documents, options);
+  // A failed load has rolled back already.
+  if (report.loaded) load_detail::RollbackAfterFailure(rp, report.errors);
   return report;
 }
 

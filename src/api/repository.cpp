@@ -48,6 +48,12 @@ Repository Repository::Open(const std::filesystem::path& file, const std::string
   return Repository(std::move(impl));
 }
 
+Repository Repository::CreateInMemory(const std::string& password) {
+  auto impl = std::make_unique<Impl>();
+  impl->rp = api::Translate([&] { return ARpGateway::CreateInMemory(VXString(password)); });
+  return Repository(std::move(impl));
+}
+
 const std::filesystem::path& Repository::Path() const noexcept {
   static const std::filesystem::path kNone;
   return m_impl ? m_impl->path : kNone;

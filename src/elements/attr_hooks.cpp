@@ -44,12 +44,15 @@ const AttrHook kDataType{
       SUVXDataTypeUtility::GetSingleWordVXDataTypeName(attr_hooks::TypeInfo(o, row).dataType, name);
       return name;
     },
-    [](ARpObject& o, const Attr& row, const VXString*, const NameValuePairs& all, ReadContext& ctx) {
+    [](ARpObject& o, const Attr& row, const VXString* text, const NameValuePairs& all, ReadContext& ctx) {
       // Only to report bad numbers: the type information leaves them at its default.
       IntAttr(all, ATTR_PRECISION, INT32_MIN, INT32_MAX, 0, ctx);
       IntAttr(all, ATTR_SCALE, INT16_MIN, INT16_MAX, 0, ctx);
       VXTypeInfo info;
       QORLUtil::ReadTypeInfo([&all](std::u32string_view n) { return all.Find(n); }, info);
+      // A name the list does not have reads as "UNKNOWN": a typo must not pass unseen.
+      if (text && !text->empty() && info.dataType == VXUnknown && !text->EqualsNoCase(U"UNKNOWN"))
+        ctx.UnknownText(row, *text, SUVXDataTypeUtility::SingleWordNames());
       *static_cast<VXTypeInfo*>(FieldOf(o, row.prop)) = info;
     },
     U"DECIMAL"};

@@ -11,6 +11,12 @@ namespace qorl::elements {
 
 namespace binding {
 
+constexpr std::u32string_view kCommonAttributes[] = {
+    ATTR_NAME,  ATTR_ICON_INDEX, ATTR_IS_DEF_READABLE, ATTR_IS_DEF_READWRITEABLE, ATTR_IS_DEF_GRANTABLE,
+    ATTR_IS_DEF_ALL, ATTR_IS_DEF_DELETEABLE, ATTR_IS_BIEXTENDEROBJECT, ATTR_PARENT, ATTR_FULLY_QUALIFIED_NAME,
+    ATTR_PARENT_ID, ATTR_PARENT_UID, ATTR_ID, ATTR_UID, ATTR_QNAME,
+};
+
 [[noreturn]] void Fail(const Description& d, std::string_view what, const char* prop) {
   throw std::logic_error(VXString(d.tag).ToUTF8() + ": " + std::string(what) + " " + (prop ? prop : "(none)"));
 }
@@ -42,7 +48,12 @@ Binding Bind(const Description& d) {
     }
     b.attrProps.push_back(p);
     b.attrDefaults.emplace_back(a.def ? a.def : U"");
+    b.enumDefaults.push_back(a.codec && a.codec->field == FieldType::Enum ? a.codec->names->fromText(b.attrDefaults.back())
+                                                                          : 0);
+    if (b.attrNames.insert(a.name).second) b.attrList.push_back(a.name);
   }
+  for (std::u32string_view n : kCommonAttributes)
+    if (b.attrNames.insert(n).second) b.attrList.push_back(n);
   b.plainTags.resize(d.parts.size());
   for (size_t i = 0; i < d.parts.size(); ++i) {
     const Part& part = d.parts[i];
@@ -72,6 +83,8 @@ Binding Bind(const Description& d) {
         index(part.tag);
     }
   }
+  for (const auto& [tag, part] : b.partOfTag) b.childTags.push_back(tag);
+  b.childTags.push_back(TAG_DESCRIPTION);
   return b;
 }
 
@@ -93,6 +106,8 @@ const Table& Bindings() {
 }
 
 }  // namespace binding
+
+std::span<const std::u32string_view> CommonAttributeNames() { return binding::kCommonAttributes; }
 
 const Binding* BindingOf(TypeID type) {
   const auto& m = binding::Bindings().byType;

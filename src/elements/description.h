@@ -202,6 +202,9 @@ class ReadContext {
   // Text of the attribute `attr` that is not a number in range: an error, or
   // a logged one when the load ignores errors. The caller takes the default.
   virtual void BadNumber(std::u32string_view attr, const VXString& text) = 0;
+  // Text of the attribute of `row` that is none of the `known` texts and
+  // reads as the default: a warning that names the nearest known text.
+  virtual void UnknownText(const Attr& row, const VXString& text, std::span<const std::u32string_view> known) = 0;
   // An encrypted text of the document, decrypted with the load's passwords or
   // the repository key; a failure is the load's password error.
   virtual void DecryptPassword(const VXString& text, ByteVector& out) = 0;

@@ -67,24 +67,34 @@ class RolesReader : public ChildReader {
   void Resolve(ReadContext& ctx) override {
     for (RoleData& r : m_roles) ctx.Resolve(r.entity);
   }
-  // Roles are never updated in place: the old ones go, the document's are made anew.
+  // Roles have no identity in a document: the join's roles take the
+  // document's in order, so that reloading a join keeps its roles; roles
+  // beyond the document's go, and missing ones are made.
   void Execute(ARpObject& obj, void*, ReadContext& ctx) override {
     ARelationship& join = static_cast<ARelationship&>(obj);
     VoidIDVector old = join.GetRoles().IDs();
-    ClearIterator(join.GetRoles());
-    for (const VoidID& id : old) {
-      join.EraseRoleProps(id);
-      ctx.DeleteInternalObject(id);
-    }
+    size_t kept = 0;
     for (const RoleData& data : m_roles) {
-      RefARole role(ctx.CreateInternalObject(kTIDARole));
-      if (!role) continue;
-      // The join keeps its roles' properties, so the role joins it first.
-      MetadataUtil::SetParent(role, RefARpObject(&obj));
-      join.GetRoles().Insert(role);
+      RefARole role;
+      if (kept < old.size()) {
+        role = RefARole(ctx.Gateway()->GetObject(old[kept]));
+        if (role) ++kept;
+      }
+      if (!role) {
+        role = RefARole(ctx.CreateInternalObject(kTIDARole));
+        if (!role) continue;
+        // The join keeps its roles' properties, so the role joins it first.
+        MetadataUtil::SetParent(role, RefARpObject(&obj));
+        join.GetRoles().Insert(role);
+      }
       ARoleAccess::SetMultiplicity(*role, Multiplicity(data.multiplicity));
       ARoleAccess::SetAggregate(*role, data.aggregate);
       ARoleAccess::SetParticipatingEntity(*role, ctx.ObjectOf(data.entity));
+    }
+    for (size_t i = kept; i < old.size(); ++i) {
+      join.GetRoles().Erase(old[i]);
+      join.EraseRoleProps(old[i]);
+      ctx.DeleteInternalObject(old[i]);
     }
   }
 

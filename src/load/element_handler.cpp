@@ -1,6 +1,8 @@
 #include "load/element_handler.h"
 
 #include <algorithm>
+#include <mutex>
+#include <unordered_map>
 
 #include "load/manager.h"
 #include "model/registry.h"
@@ -42,6 +44,38 @@ void KeepPlaces(BinaryRelIterBase rel, const QORLObjectStubVector& stubs) {
 
 bool IsRemoval(const Part& part) { return part.kind == PartKind::EmptyGroup && part.rel; }
 
+// The texts of an enumeration, found once per enumeration by asking it for
+// the text of each small value: only a text it does not know pays for this.
+std::span<const std::u32string_view> EnumTexts(const EnumNames& names) {
+  struct Texts {
+    std::vector<std::u32string> owned;
+    std::vector<std::u32string_view> views;
+  };
+  static std::mutex mutex;
+  static std::unordered_map<const EnumNames*, std::unique_ptr<Texts>> cache;
+  std::lock_guard<std::mutex> lock(mutex);
+  std::unique_ptr<Texts>& texts = cache[&names];
+  if (!texts) {
+    texts = std::make_unique<Texts>();
+    // Enumerations number their values below 512 (a hierarchy's "VALUE" is 256).
+    for (int v = -1; v < 512; ++v) {
+      VXString t = names.toText(v);
+      if (t.empty() || names.fromText(t) != v) continue;
+      std::u32string text(t.view());
+      if (std::find(texts->owned.begin(), texts->owned.end(), text) == texts->owned.end())
+        texts->owned.push_back(std::move(text));
+    }
+    for (const std::u32string& t : texts->owned) texts->views.push_back(t);
+  }
+  return texts->views;
+}
+
+// Attribute names the document language does not own: namespace declarations
+// and attributes of other vocabularies, which the schema may allow.
+bool IsForeignAttribute(std::u32string_view name) {
+  return name.find(U':') != std::u32string_view::npos || name == U"xmlns";
+}
+
 }  // namespace element_handler
 
 QORLElementHandler::QORLElementHandler(ARpGateway* pGateway, QORLObjectManager* pManager, const Binding& binding)
@@ -68,6 +102,7 @@ void QORLElementHandler::startElement(const VXString& tag, const NameValuePairs&
   if (m_parsingState == psStart) {
     ProcessObjectAttributes(attrs);
     m_attrs = attrs;
+    CheckAttributeNames();
     m_parsingState = psInObject;
     return;
   }
@@ -77,6 +112,7 @@ void QORLElementHandler::startElement(const VXString& tag, const NameValuePairs&
     if (SlotOf(m_part).child->Start(tag, attrs, *this)) return;
     // Not the child's: skipped like any unknown element.
     --m_childDepth;
+    UnknownChild(tag);
     InitializeUnknownElementHandler();
     return;
   }
@@ -104,7 +140,43 @@ void QORLElementHandler::startElement(const VXString& tag, const NameValuePairs&
     default:
       break;
   }
+  UnknownChild(tag);
   InitializeUnknownElementHandler();
+}
+
+void QORLElementHandler::CheckAttributeNames() {
+  for (size_t i = 0; i < m_attrs.Size(); ++i) {
+    std::u32string_view name = m_attrs.At(i).first.view();
+    if (m_binding.attrNames.contains(name) || element_handler::IsForeignAttribute(name)) continue;
+    std::u32string_view meant = BaseStringUtil::ClosestName(name, m_binding.attrList);
+    VXString tag(m_binding.desc->tag);
+    m_pManager->Warn(meant.empty() ? ErrorMessage(92040, GetObjTagLineNumber(), tag, VXString(name))
+                                   : ErrorMessage(92041, GetObjTagLineNumber(), tag, VXString(name), VXString(meant)));
+  }
+}
+
+void QORLElementHandler::UnknownChild(const VXString& tag) {
+  // The element it was found in, and the tags that would have been read there.
+  VXString parent(m_binding.desc->tag);
+  std::vector<VXString> refTags;
+  std::vector<std::u32string_view> known;
+  switch (m_parsingState) {
+    case psInObject: known = m_binding.childTags; break;
+    case kInTagged:
+    case kInGroup:
+    case kInChild: {
+      const Part& part = m_binding.desc->parts[m_part];
+      parent = VXString(part.tag);
+      if (m_parsingState == kInChild) break;
+      for (TypeID t : part.accepts) refTags.push_back(VXString(TAG_REF) + QORLUtil::GetTagName(t));
+      for (const VXString& t : refTags) known.push_back(t.view());
+      break;
+    }
+    default: break;
+  }
+  std::u32string_view meant = BaseStringUtil::ClosestName(tag.view(), known);
+  m_pManager->Warn(meant.empty() ? ErrorMessage(92044, CurrentLine(), parent, tag)
+                                 : ErrorMessage(92045, CurrentLine(), parent, tag, VXString(meant)));
 }
 
 void QORLElementHandler::StartPart(size_t index, const VXString& tag, const NameValuePairs& attrs) {
@@ -204,7 +276,14 @@ void QORLElementHandler::ReadAttributes(ARpObject& obj) {
       continue;
     }
     void* field = m_binding.attrProps[i]->field(obj);
-    if (text && ValueFromText(*row.codec, *text, field)) continue;
+    if (text && ValueFromText(*row.codec, *text, field)) {
+      // An enumeration reads any text it does not know as its default.
+      if (row.codec->field == FieldType::Enum && *static_cast<const int*>(field) == m_binding.enumDefaults[i] &&
+          !text->empty() && !text->EqualsNoCase(row.codec->names->toText(m_binding.enumDefaults[i]).view()) &&
+          !text->EqualsNoCase(m_binding.attrDefaults[i].view()))
+        UnknownText(row, *text, element_handler::EnumTexts(*row.codec->names));
+      continue;
+    }
     if (text && row.codec->badText)
       ThrowOrLogError(ErrorMessage(row.codec->badText, GetObjTagLineNumber(), *text), !IgnoreErrors());
     else if (text && IsNumeric(*row.codec)) BadNumber(row.name, *text);
@@ -319,6 +398,14 @@ bool QORLElementHandler::IgnoreErrors() const { return m_pManager->IgnoreErrors(
 void QORLElementHandler::BadNumber(std::u32string_view attr, const VXString& text) {
   ThrowOrLogError(ErrorMessage(99023, GetObjTagLineNumber(), VXString(attr), text, VXString(m_binding.desc->tag)),
                   !IgnoreErrors());
+}
+
+void QORLElementHandler::UnknownText(const elements::Attr& row, const VXString& text,
+                                     std::span<const std::u32string_view> known) {
+  std::u32string_view meant = BaseStringUtil::ClosestName(text.view(), known);
+  VXString name(row.name), tag(m_binding.desc->tag);
+  m_pManager->Warn(meant.empty() ? ErrorMessage(92042, GetObjTagLineNumber(), name, text, tag)
+                                 : ErrorMessage(92043, GetObjTagLineNumber(), name, text, tag, VXString(meant)));
 }
 
 void QORLElementHandler::DecryptPassword(const VXString& text, ByteVector& out) {

@@ -30,6 +30,7 @@ class QORLElementHandler : public QORLObject, public elements::ReadContext {
   int ParserLine() const override { return CurrentLine(); }
   bool IgnoreErrors() const override;
   void BadNumber(std::u32string_view attr, const VXString& text) override;
+  void UnknownText(const elements::Attr& row, const VXString& text, std::span<const std::u32string_view> known) override;
   void DecryptPassword(const VXString& text, ByteVector& out) override;
   QORLObjectStub* Reference(TypeID type, const NameValuePairs& attrs) override;
   void Resolve(QORLObjectStub*& stub) override;
@@ -64,6 +65,10 @@ class QORLElementHandler : public QORLObject, public elements::ReadContext {
   Slot& SlotOf(size_t part);
   bool Accepts(const elements::Part& part, TypeID type) const;
   void StartPart(size_t part, const VXString& tag, const NameValuePairs& attrs);
+  // Warnings for what the element does not know: attribute names, and a
+  // child that is skipped.
+  void CheckAttributeNames();
+  void UnknownChild(const VXString& tag);
   void ReadAttributes(ARpObject& obj);
   void ApplyParts(ARpObject& obj, elements::Phase phase);
 

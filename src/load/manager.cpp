@@ -22,8 +22,35 @@
 #include "platform/strutil.h"
 #include "store/conditions.h"
 #include "store/metadata_util.h"
+#include "store/props.h"
 
 namespace qorl {
+
+namespace manager_detail {
+
+// The tags of every element with a row, made once: a typo'd element is rare,
+// and only then is the list walked.
+const std::vector<VXString>& ElementTags() {
+  static const std::vector<VXString> tags = [] {
+    std::vector<VXString> out;
+    for (TypeID t : QORLUtil::AllRegisteredTypes())
+      if (VXString tag = QORLUtil::GetTagName(t); !tag.empty()) out.push_back(std::move(tag));
+    out.emplace_back(TAG_DEL_OBJECTS);
+    return out;
+  }();
+  return tags;
+}
+
+}  // namespace manager_detail
+
+std::u32string_view QORLObjectManager::ClosestElementTag(const VXString& tag) {
+  static const std::vector<std::u32string_view> views = [] {
+    std::vector<std::u32string_view> out;
+    for (const VXString& t : manager_detail::ElementTags()) out.push_back(t.view());
+    return out;
+  }();
+  return BaseStringUtil::ClosestName(tag.view(), views);
+}
 
 void VLTStoringStubs::Clear(bool bCleanAll) {
   m_insertObjects.clear();
@@ -187,7 +214,9 @@ void QORLObjectManager::startElement(const XMLCh*, const XMLCh* localname, const
     if ((type == kTIDUnknown && m_currentCommand == xcDeclare && tag != TAG_DEL_OBJECTS) ||
         (m_currentCommand == xcDelete && tag != TAG_DEL_OBJECTS) || m_currentCommand == xcUnknown) {
       // Not an object of this section: skipped with everything in it.
-      ServerLog::LogWarning(99019, 1, GetLineNumber(), tag);
+      std::u32string_view meant = type == kTIDUnknown && m_currentCommand == xcDeclare ? ClosestElementTag(tag) : U"";
+      Warn(meant.empty() ? ErrorMessage(99019, GetLineNumber(), tag)
+                         : ErrorMessage(92046, GetLineNumber(), tag, VXString(meant)));
       m_bInUnknownElement = true;
       m_unknownHandler.SetParentParsingState(3);
       m_unknownHandler.startElement();
@@ -311,6 +340,7 @@ QORLObject* QORLObjectManager::GetParentObjectHandler() const {
 
 void QORLObjectManager::Cleanup() {
   m_objectHandlers.clear();
+  m_before.clear();
   m_treeLevel = 0;
   m_openElements.clear();
   m_textChars = 0;
@@ -361,7 +391,8 @@ RefARpObject QORLObjectManager::CreateInternalObject(TypeID type) {
 }
 
 void QORLObjectManager::AddToModifiedInternalObjects(const RefARpObject& obj) {
-  if (!obj.IsNullRef()) m_pCurrentDeptStorageStubs->m_modifiedInternalObjectIDs.insert(obj.GetID());
+  if (!obj.IsNullRef() && m_pCurrentDeptStorageStubs->m_modifiedInternalObjectIDs.insert(obj.GetID()).second)
+    KeepBefore(obj);
 }
 
 void QORLObjectManager::AddToModifiedInternalObjects(const QORLObjectStub* stub) {
@@ -773,6 +804,7 @@ void QORLObjectManager::ExecuteOneVLTStore() {
     if (!h->GetUpgradeID().empty()) o->SetUpgradeID(UnclaimedUpgradeID(h));
     if (!h->GetQName().empty()) o->SetName(h->GetQName().back());
   }
+  for (QORLObject* h : s.m_updateObjects) KeepBefore(h->GetARpObject());
   size_t total = s.m_insertObjects.size() + s.m_updateObjects.size();
   m_progress.Start("applying", total, m_bProgress && total >= 20000);
   uint64_t done = 0;
@@ -856,17 +888,37 @@ bool QORLObjectManager::ParseMetaExpr(int lineNumber, const VXString& text, Expr
 
 // ---- reports ----------------------------------------------------------------
 
-void QORLObjectManager::GatherDeclObjects(VoidIDVector& created, VoidIDVector& modified) {
+void QORLObjectManager::KeepBefore(const RefARpObject& obj) {
+  if (obj.IsNullRef()) return;
+  auto [it, added] = m_before.try_emplace(obj.GetID().Key());
+  if (added) SaveObjectProperties(*obj, it->second);
+}
+
+void QORLObjectManager::GatherDeclObjects(VoidIDVector& created, VoidIDVector& changed, VoidIDVector& unchanged,
+                                          const std::unordered_set<uint64_t>& changedOwners) {
   created.clear();
-  modified.clear();
+  changed.clear();
+  unchanged.clear();
   auto& s = *m_pCurrentDeptStorageStubs;
   created.assign(s.m_createdInternalObjectIDs.begin(), s.m_createdInternalObjectIDs.end());
   for (QORLObject* h : s.m_insertObjects)
     if (!h->GetARpObject().IsNullRef()) created.push_back(h->GetARpObject().GetID());
-  for (const VoidID& id : s.m_modifiedInternalObjectIDs)
-    if (m_pGateway->Lookup(id)) modified.push_back(id);
+  ByteVector after;
+  auto judge = [&](const VoidID& id) {
+    const ARpObject* obj = m_pGateway->Lookup(id);
+    if (!obj) return;
+    auto before = m_before.find(id.Key());
+    bool same = before != m_before.end() && !changedOwners.contains(id.Key());
+    if (same) {
+      after.clear();
+      SaveObjectProperties(*obj, after);
+      same = after == before->second;
+    }
+    (same ? unchanged : changed).push_back(id);
+  };
+  for (const VoidID& id : s.m_modifiedInternalObjectIDs) judge(id);
   for (QORLObject* h : s.m_updateObjects)
-    if (!h->GetARpObject().GetID().IsNullID()) modified.push_back(h->GetARpObject().GetID());
+    if (!h->GetARpObject().GetID().IsNullID()) judge(h->GetARpObject().GetID());
 }
 
 void QORLObjectManager::GatherDeletedObjects(VoidIDVector& ids) {
@@ -911,6 +963,11 @@ void QORLObjectManager::DecryptAESPassword(const VXString& objectName, const VXS
   m_bIsPasswordError = true;
   if (m_bExitOnPasswordError) ThrowOrLogError(e, !m_bIgnoreQORLErrors);
   ServerLog::LogMessage(false, 28034, 1, objectName);
+}
+
+void QORLObjectManager::Warn(const ErrorMessage& e) {
+  if (m_bStrict) m_warningsAsErrors.push_back(e);
+  else ServerLog::LogWarning(e.GetText(), 1);
 }
 
 void QORLObjectManager::PasswordError(const ErrorMessage& e) {

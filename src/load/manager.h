@@ -4,10 +4,13 @@
 // order of types, deleting last.
 #pragma once
 
+#include <utility>
+
 #include <map>
 #include <memory>
 #include <set>
 #include <unordered_map>
+#include <unordered_set>
 
 #include <xercesc/sax2/DefaultHandler.hpp>
 
@@ -111,7 +114,11 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   void PopulateAllObjects();
   void ExecuteQORL();
   void ResolveDeclaredObjects();
-  void GatherDeclObjects(VoidIDVector& created, VoidIDVector& modified);
+  // The objects the document created, and those it updated: changed when
+  // their properties or one of the relations they own (`changedOwners`,
+  // from the store's relation journal) differ from before, unchanged else.
+  void GatherDeclObjects(VoidIDVector& created, VoidIDVector& changed, VoidIDVector& unchanged,
+                         const std::unordered_set<uint64_t>& changedOwners);
   void GatherDeletedObjects(VoidIDVector& ids);
   void GatherDeclObjectsQNameTypeIDs(QNameTypeIDPairVector& out);
   void RetrieveWarnings(VXString& warning);
@@ -156,6 +163,13 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   QORLObject* GetParentObjectHandler() const;
   // Hands the error to the entry point, or logs it when errors are ignored.
   void ThrowOrLog(const ErrorMessage& e, bool bThrow);
+  // Something the load passes over but the author most likely did not mean
+  // (a typo): logged as a warning, or kept as an error of the document when
+  // the load is strict.
+  void Warn(const ErrorMessage& e);
+  // The warnings a strict load turned into errors since the last call.
+  std::vector<ErrorMessage> TakeWarningsAsErrors() { return std::exchange(m_warningsAsErrors, {}); }
+  bool m_bStrict = false;
 
   static bool IsObjectTypeToBeCreated(TypeID type);
 
@@ -179,6 +193,8 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   void EnsureUniqueNameInVLT(const QualifiedName& qName, const RefARpObject& object);
   VXUpgradeID UnclaimedUpgradeID(QORLObject* handler);
   void PopulateTypeIDQNameVoidIDMap();
+  // The known element tag nearest to a typo'd one; empty when none is near.
+  static std::u32string_view ClosestElementTag(const VXString& tag);
   // Marks the document refused, then throws.
   [[noreturn]] void RefuseDocument(const ErrorMessage& e);
   // Adds the current element's line and name to an error from a handler.
@@ -232,6 +248,11 @@ class QORLObjectManager : public xercesc::DefaultHandler {
 
   VXStringVector m_inputPasswords;
   int m_passwordPosition = 0;
+  std::vector<ErrorMessage> m_warningsAsErrors;
+  // The stored form of each object the document updates, as it was before
+  // the document touched it, by key; compared with its form afterwards.
+  void KeepBefore(const RefARpObject& obj);
+  std::unordered_map<uint64_t, ByteVector> m_before;
 
   // Tag and attribute names come from a small vocabulary: each is converted
   // once and shared, instead of once per element.

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <unordered_set>
 
 #include "load/schema_path.h"
 #include "load/xml_reader.h"
@@ -26,13 +27,25 @@ namespace {
 
 bool IsBaseGatewayEmpty(ARpGateway* rp) { return rp->ObjectCount() == 0; }
 
-void GatherObjects(QORLObjectManager& m, VoidIDVector& created, VoidIDVector& modified, VoidIDVector& deleted) {
-  VoidIDVector c, md, d;
-  m.GatherDeclObjects(c, md);
+void GatherObjects(QORLObjectManager& m, const std::unordered_set<uint64_t>& changedOwners, VoidIDVector& created,
+                   VoidIDVector& changed, VoidIDVector& unchanged, VoidIDVector& deleted) {
+  VoidIDVector c, md, u, d;
+  m.GatherDeclObjects(c, md, u, changedOwners);
   m.GatherDeletedObjects(d);
   created.insert(created.end(), c.begin(), c.end());
-  modified.insert(modified.end(), md.begin(), md.end());
+  changed.insert(changed.end(), md.begin(), md.end());
+  unchanged.insert(unchanged.end(), u.begin(), u.end());
   deleted.insert(deleted.end(), d.begin(), d.end());
+}
+
+// Each object counted once over all documents: made by the load, else
+// changed by any document, else unchanged.
+void CountEachOnce(const VoidIDVector& created, VoidIDVector& changed, VoidIDVector& unchanged) {
+  std::unordered_set<uint64_t> seen;
+  for (const VoidID& id : created) seen.insert(id.Key());
+  auto keepNew = [&seen](VoidIDVector& ids) { std::erase_if(ids, [&](const VoidID& id) { return !seen.insert(id.Key()).second; }); };
+  keepNew(changed);
+  keepNew(unchanged);
 }
 
 // Customization files: the XML files of the directory in name order, and a
@@ -145,14 +158,15 @@ bool QORLParser::ExecuteTransactionalXML(ARpGateway* pGateway, const VXStringVec
                                          VoidIDVector& modifiedObjIds, VoidIDVector& delIds, InputType type,
                                          bool bExitOnExprParsingError, bool bExitOnPasswordError,
                                          bool bIgnoreQORLErrors, bool bRenameDuplicatedObjects, bool bFineGrainedXML,
-                                         bool bIsTransformation, bool bDoSchemaValidation) {
+                                         bool bIsTransformation, bool bDoSchemaValidation, bool bStrict,
+                                         VoidIDVector* pUnchangedObjIds) {
   std::set<IgnoreErrorType> ignore;
   if (!bExitOnExprParsingError) ignore.insert(QORLIgnoreExprParsingerror);
   if (!bExitOnPasswordError) ignore.insert(QORLIgnorePasswordError);
   if (bIgnoreQORLErrors) ignore.insert(QORLIgnoreNonFatalError);
   return ExecuteTransactionalXML(pGateway, inputs, inputPasswords, errorMsg, warningMsg, createdObjIds, modifiedObjIds,
                                  delIds, type, ignore, bRenameDuplicatedObjects, bFineGrainedXML, bIsTransformation,
-                                 bDoSchemaValidation);
+                                 bDoSchemaValidation, bStrict, pUnchangedObjIds);
 }
 
 bool QORLParser::ExecuteTransactionalXML(ARpGateway* pGateway, const VXStringVector& inputs,
@@ -160,7 +174,8 @@ bool QORLParser::ExecuteTransactionalXML(ARpGateway* pGateway, const VXStringVec
                                          VXString& warningMsg, VoidIDVector& createdObjIds,
                                          VoidIDVector& modifiedObjIds, VoidIDVector& delIds, InputType type,
                                          std::set<IgnoreErrorType>& ignoreError, bool bRenameDuplicatedObjects,
-                                         bool bFineGrainedXML, bool bIsTransformation, bool bDoSchemaValidation) {
+                                         bool bFineGrainedXML, bool bIsTransformation, bool bDoSchemaValidation,
+                                         bool bStrict, VoidIDVector* pUnchangedObjIds) {
   bool bExitOnExprParsingError = !ignoreError.count(QORLIgnoreExprParsingerror);
   bool bExitOnPasswordError = !ignoreError.count(QORLIgnorePasswordError);
   bool bIgnoreQORLErrors = ignoreError.count(QORLIgnoreNonFatalError) > 0;
@@ -185,7 +200,7 @@ bool QORLParser::ExecuteTransactionalXML(ARpGateway* pGateway, const VXStringVec
   return ExecuteTransactionalXMLforQORL(pGateway, files, inputPasswords, errorMsg, warningMsg, createdObjIds,
                                         modifiedObjIds, delIds, type, bExitOnExprParsingError, bExitOnPasswordError,
                                         bIgnoreQORLErrors, bRenameDuplicatedObjects, bFineGrainedXML, bIsTransformation,
-                                        bDoSchemaValidation);
+                                        bDoSchemaValidation, bStrict, pUnchangedObjIds);
 }
 
 bool QORLParser::ExecuteTransactionalXMLforQORL(ARpGateway* pGateway, const VXStringVector& inputs,
@@ -195,7 +210,8 @@ bool QORLParser::ExecuteTransactionalXMLforQORL(ARpGateway* pGateway, const VXSt
                                                 bool bExitOnExprParsingError, bool bExitOnPasswordError,
                                                 bool bIgnoreQORLErrors, bool bRenameDuplicatedObjects,
                                                 bool bFineGrainedXML, bool bIsTransformation,
-                                                bool bDoSchemaValidation) {
+                                                bool bDoSchemaValidation, bool bStrict,
+                                                VoidIDVector* pUnchangedObjIds) {
   VXString schema = FindSchemaFile(U"qorl1.xsd");
   if (!SystemUtility::IsFileExist(schema)) {
     errorMsg.PushErrorMessage(43125, schema);
@@ -213,16 +229,29 @@ bool QORLParser::ExecuteTransactionalXMLforQORL(ARpGateway* pGateway, const VXSt
   manager.m_bIgnoreQORLErrors = bIgnoreQORLErrors;
   manager.SetDepartment(VXString());
   manager.SetInputPasswords(inputPasswords);
+  manager.m_bStrict = bStrict;
   if (bDoSchemaValidation) reader.EnableValidation(schema, inputs.size() >= 2);
   reader.SetHandlers(&manager, &manager, &manager);
   createdObjIds.clear();
   modifiedObjIds.clear();
   delIds.clear();
+  VoidIDVector unchanged;
   for (size_t i = 0; i < inputs.size(); ++i) {
     const VXString& input = inputs[i];
     const VXString document = parser_detail::DocumentOf(type, input);
     ServerLog::DocumentScope scope(document);
     bool parsed = false;
+    // A strict load still applies the whole document, so that one run names
+    // every warning that fails it; the caller rolls back.
+    auto warningsAsErrors = [&] {
+      std::vector<ErrorMessage> warnings = manager.TakeWarningsAsErrors();
+      // The last pushed prints first: pushed backwards, they print in the order found.
+      for (auto w = warnings.rbegin(); w != warnings.rend(); ++w) {
+        PushInputContext(*w, type, input);
+        errorMsg.PushErrorMessage(*w);
+      }
+      return !warnings.empty();
+    };
     try {
       if (type == QORLFile) ServerLog::LogNotification(SUStrUtil::LoadMsgStringOnly(92016, input), 1);
       parser_detail::CheckInputFile(type, input);
@@ -250,6 +279,7 @@ bool QORLParser::ExecuteTransactionalXMLforQORL(ARpGateway* pGateway, const VXSt
         }
       }
     } catch (ErrorMessage& e) {
+      warningsAsErrors();
       PushInputContext(e, type, input);
       errorMsg.PushErrorMessage(e);
       // Errors in objects can be passed over; a document that cannot be read
@@ -258,17 +288,23 @@ bool QORLParser::ExecuteTransactionalXMLforQORL(ARpGateway* pGateway, const VXSt
     }
     (void)parsed;
     try {
+      pGateway->StartRelationJournal();
       manager.ExecuteQORL();
-      GatherObjects(manager, createdObjIds, modifiedObjIds, delIds);
+      GatherObjects(manager, pGateway->StopRelationJournal(), createdObjIds, modifiedObjIds, unchanged, delIds);
     } catch (ErrorMessage& e) {
+      pGateway->StopRelationJournal();
+      warningsAsErrors();
       PushInputContext(e, type, input);
       errorMsg.PushErrorMessage(e);
       if (!bIgnoreQORLErrors) return false;
     }
+    if (warningsAsErrors() && !bIgnoreQORLErrors) return false;
     manager.NextInput();
   }
   manager.RetrieveWarnings(warningMsg);
   ARpGateway::FixMandatorySecurityObjects(pGateway);
+  CountEachOnce(createdObjIds, modifiedObjIds, unchanged);
+  if (pUnchangedObjIds) *pUnchangedObjIds = std::move(unchanged);
   return !errorMsg.HasMessages() || bIgnoreQORLErrors;
 }
 

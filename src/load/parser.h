@@ -29,6 +29,10 @@ class QORLParser {
     QORLIgnoreAllError = 3,
   };
 
+  // modifiedObjIds lists the objects the documents changed, each once;
+  // pUnchangedObjIds (when given) those they named and left as they were.
+  // bStrict: what a load would pass over with a warning (an unknown element,
+  // attribute or value) is an error of the document instead.
   // Process-wide: test each file's password after parsing it / a test failed.
   static bool g_bCheckQORLFilePassword;
   static bool g_bErrQORLFilePassword;
@@ -59,20 +63,23 @@ class QORLParser {
                                       VXString& warningMsg, VoidIDVector& createdObjIds, VoidIDVector& modifiedObjIds,
                                       VoidIDVector& delIds, InputType type, bool bExitOnExprParsingError,
                                       bool bExitOnPasswordError, bool bIgnoreQORLErrors, bool bRenameDuplicatedObjects,
-                                      bool bFineGrainedXML, bool bIsTransformation, bool bDoSchemaValidation);
+                                      bool bFineGrainedXML, bool bIsTransformation, bool bDoSchemaValidation,
+                                      bool bStrict = false, VoidIDVector* pUnchangedObjIds = nullptr);
   static bool ExecuteTransactionalXML(ARpGateway* pGateway, const VXStringVector& inputs,
                                       const VXStringVector& inputPasswords, ErrorMessage& errorMsg,
                                       VXString& warningMsg, VoidIDVector& createdObjIds, VoidIDVector& modifiedObjIds,
                                       VoidIDVector& delIds, InputType type, std::set<IgnoreErrorType>& ignoreError,
                                       bool bRenameDuplicatedObjects, bool bFineGrainedXML, bool bIsTransformation,
-                                      bool bDoSchemaValidation);
+                                      bool bDoSchemaValidation, bool bStrict = false,
+                                      VoidIDVector* pUnchangedObjIds = nullptr);
   static bool ExecuteTransactionalXMLforQORL(ARpGateway* pGateway, const VXStringVector& inputs,
                                              const VXStringVector& inputPasswords, ErrorMessage& errorMsg,
                                              VXString& warningMsg, VoidIDVector& createdObjIds,
                                              VoidIDVector& modifiedObjIds, VoidIDVector& delIds, InputType type,
                                              bool bExitOnExprParsingError, bool bExitOnPasswordError,
                                              bool bIgnoreQORLErrors, bool bRenameDuplicatedObjects,
-                                             bool bFineGrainedXML, bool bIsTransformation, bool bDoSchemaValidation);
+                                             bool bFineGrainedXML, bool bIsTransformation, bool bDoSchemaValidation,
+                                             bool bStrict = false, VoidIDVector* pUnchangedObjIds = nullptr);
   static bool ExecuteTransactionalXMLForTDFXML(ARpGateway* pGateway, const VXStringVector& inputs,
                                                ErrorMessage& errorMsg, VXString& warningMsg,
                                                VoidIDVector& createdObjIds, VoidIDVector& modifiedObjIds,

@@ -33,6 +33,8 @@ VXDataType GetVXDataTypeFromSingleWordName(const VXString& name) {
   return VXUnknown;
 }
 
+std::span<const std::u32string_view> SingleWordNames() { return kNames; }
+
 bool IsVXTextType(VXDataType type) {
   switch (type) {
     case VXChar:

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
+#include <string_view>
 
 #include "platform/vxstring.h"
 
@@ -55,6 +57,8 @@ bool GetSingleWordVXDataTypeName(VXDataType type, VXString& name);
 // The reverse, without regard to ASCII case; VXUnknown for any other text,
 // the empty text among them.
 VXDataType GetVXDataTypeFromSingleWordName(const VXString& name);
+// Every one-word name, "UNKNOWN" last.
+std::span<const std::u32string_view> SingleWordNames();
 // Character types, whose values are quoted in expressions.
 bool IsVXTextType(VXDataType type);
 

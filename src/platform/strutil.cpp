@@ -1,8 +1,11 @@
 #include "platform/strutil.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <cwctype>
+#include <vector>
 #include <system_error>
 
 namespace qorl {
@@ -246,6 +249,47 @@ VXString ReplaceAll(const VXString& text, const VXString& from, const VXString& 
   }
   out.append(text.data() + start, text.size() - start);
   return out;
+}
+
+namespace closest_name {
+
+char32_t Fold(char32_t c) { return static_cast<char32_t>(std::towlower(static_cast<wint_t>(c))); }
+
+// Levenshtein distance over folded letters, one row at a time.
+size_t Distance(std::u32string_view a, std::u32string_view b, std::vector<size_t>& row) {
+  row.resize(b.size() + 1);
+  for (size_t j = 0; j <= b.size(); ++j) row[j] = j;
+  for (size_t i = 1; i <= a.size(); ++i) {
+    size_t diag = row[0];
+    row[0] = i;
+    for (size_t j = 1; j <= b.size(); ++j) {
+      size_t up = row[j];
+      size_t cost = Fold(a[i - 1]) == Fold(b[j - 1]) ? 0 : 1;
+      row[j] = std::min({row[j] + 1, row[j - 1] + 1, diag + cost});
+      diag = up;
+    }
+  }
+  return row[b.size()];
+}
+
+}  // namespace closest_name
+
+std::u32string_view ClosestName(std::u32string_view word, std::span<const std::u32string_view> candidates) {
+  std::vector<size_t> row;
+  std::u32string_view best;
+  size_t bestDistance = static_cast<size_t>(-1);
+  for (std::u32string_view c : candidates) {
+    if (c.empty()) continue;
+    size_t d = closest_name::Distance(word, c, row);
+    // About one edit in three letters of the shorter word: beyond that the
+    // candidate is another word, and a hint would mislead.
+    size_t limit = std::max<size_t>(1, std::min(word.size(), c.size()) / 3);
+    if (d <= limit && d < bestDistance) {
+      best = c;
+      bestDistance = d;
+    }
+  }
+  return best;
 }
 
 }  // namespace BaseStringUtil

@@ -2,6 +2,7 @@
 // text forms of numbers and flags.
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -38,6 +39,11 @@ bool StringToBool(const VXString& text, bool& out);
 
 // Every occurrence of `from`, left to right, without rescanning replaced text.
 VXString ReplaceAll(const VXString& text, const VXString& from, const VXString& to);
+
+// The candidate nearest to `word` by edit distance, letters compared without
+// case, when it is near enough to be the word meant (a typo, not another
+// word); empty otherwise. For "did you mean" hints: run only on a miss.
+std::u32string_view ClosestName(std::u32string_view word, std::span<const std::u32string_view> candidates);
 
 }  // namespace BaseStringUtil
 }  // namespace qorl

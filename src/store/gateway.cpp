@@ -524,6 +524,7 @@ bool ARpGateway::RelContains(const VoidID& owner, RelID rel, const VoidID& membe
 }
 
 bool ARpGateway::RelInsert(const VoidID& owner, RelID rel, const VoidID* tuple, size_t width) {
+  JournalRelation(owner.Key(), rel);
   if (!Lookup(owner)) return false;
   for (size_t j = 0; j < width; ++j)
     if (!Lookup(tuple[j])) return false;
@@ -542,6 +543,7 @@ bool ARpGateway::RelInsert(const VoidID& owner, RelID rel, const VoidID* tuple, 
 }
 
 bool ARpGateway::RelErase(const VoidID& owner, RelID rel, const VoidID* tuple, size_t width) {
+  JournalRelation(owner.Key(), rel);
   size_t idx = RelFind(owner, rel, tuple, width);
   if (idx == static_cast<size_t>(-1)) return false;
   std::vector<VoidID>& v = m_relations[RelKey{owner.Key(), rel}];
@@ -560,6 +562,7 @@ bool ARpGateway::RelErase(const VoidID& owner, RelID rel, const VoidID* tuple, s
 }
 
 bool ARpGateway::RelMove(const VoidID& owner, RelID rel, size_t index, int delta) {
+  JournalRelation(owner.Key(), rel);
   auto it = m_relations.find(RelKey{owner.Key(), rel});
   if (it == m_relations.end()) return false;
   const RelDesc* d = FindRelDesc(rel);
@@ -574,6 +577,7 @@ bool ARpGateway::RelMove(const VoidID& owner, RelID rel, size_t index, int delta
 }
 
 void ARpGateway::RelClear(const VoidID& owner, RelID rel) {
+  JournalRelation(owner.Key(), rel);
   auto it = m_relations.find(RelKey{owner.Key(), rel});
   if (it == m_relations.end()) return;
   for (const VoidID& m : it->second) {
@@ -584,6 +588,30 @@ void ARpGateway::RelClear(const VoidID& owner, RelID rel) {
   }
   m_relations.erase(it);
   MarkRelDirty(owner.Key(), rel);
+}
+
+void ARpGateway::JournalRelation(uint64_t owner, RelID rel) {
+  if (!m_relJournal) return;
+  RelKey k{owner, rel};
+  if (m_relJournal->contains(k)) return;
+  auto it = m_relations.find(k);
+  m_relJournal->emplace(k, it == m_relations.end() ? std::vector<VoidID>() : it->second);
+}
+
+void ARpGateway::StartRelationJournal() {
+  m_relJournal = std::make_unique<std::unordered_map<RelKey, std::vector<VoidID>, RelKeyHash>>();
+}
+
+std::unordered_set<uint64_t> ARpGateway::StopRelationJournal() {
+  std::unordered_set<uint64_t> owners;
+  if (!m_relJournal) return owners;
+  static const std::vector<VoidID> kNone;
+  for (const auto& [k, before] : *m_relJournal) {
+    auto it = m_relations.find(k);
+    if ((it == m_relations.end() ? kNone : it->second) != before) owners.insert(k.owner);
+  }
+  m_relJournal.reset();
+  return owners;
 }
 
 // ---- built-in security objects -----------------------------------------

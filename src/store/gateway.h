@@ -100,6 +100,13 @@ class ARpGateway {
   void RelClear(const VoidID& owner, RelID rel);
   bool RelContains(const VoidID& owner, RelID rel, const VoidID& member) const;
 
+  // While a load applies a document, each relation keeps the tuples it had
+  // before its first change, so that the load can tell a relation it changed
+  // from one it wrote back as it was. Starting again forgets what was kept.
+  void StartRelationJournal();
+  // The owners of the relations that differ from what the journal kept; ends it.
+  std::unordered_set<uint64_t> StopRelationJournal();
+
  private:
   friend class ARpObject;
   friend class RefBase;
@@ -110,6 +117,7 @@ class ARpGateway {
   void Adopt(ARpObject* obj);  // enters a loaded or created object into the maps
   void MarkDirty(ARpObject* obj);
   void MarkRelDirty(uint64_t owner, RelID rel);
+  void JournalRelation(uint64_t owner, RelID rel);
   void OnRename(ARpObject* obj, const VXString& oldName);
   void OnNewUpgradeID(ARpObject* obj, const VXUpgradeID& oldUID);
   void EnsureUIDIndex();
@@ -170,6 +178,8 @@ class ARpGateway {
   std::unordered_set<uint64_t> m_deleted;
   std::unordered_set<RelKey, RelKeyHash> m_dirtyRels;
   std::unordered_set<int> m_dirtyProps;
+  // Relations as they were before a load changed them; null when no load watches.
+  std::unique_ptr<std::unordered_map<RelKey, std::vector<VoidID>, RelKeyHash>> m_relJournal;
   bool m_loading = false;
 };
 

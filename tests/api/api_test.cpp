@@ -2,6 +2,7 @@
 // checked against the layer underneath: same documents, same errors.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -307,6 +308,118 @@ TEST_F(Api, TheLogSinkHearsWhatALoadPassesOver) {
   EXPECT_EQ(notes[0].severity, Severity::Note);
   EXPECT_EQ(notes[0].file, doc);
   EXPECT_TRUE(static_cast<bool>(back));
+}
+
+// ---- typos, honest counts, the check ------------------------------------------
+
+// Each line a typo the load would otherwise pass over; the line numbers are the document's.
+const char* const kTypos =
+    "<?xml version='1.0' encoding='UTF-8'?>\n<Repository>\n<DECLARE>\n"
+    "<Database name=\"db\" qqqqqqq=\"1\">\n</Database>\n"                                       // 4: no hint
+    "<Schema name=\"s\" parentName=\"&quot;db&quot;.&quot;&quot;\">\n</Schema>\n"
+    "<PhysicalTable name=\"t\" parentName=\"&quot;db&quot;.&quot;&quot;.&quot;s&quot;\" type=\"nome\">\n"  // 8
+    "<Descripton><![CDATA[x]]></Descripton>\n"                                                      // 9
+    "</PhysicalTable>\n"
+    "<PhysicalColumn name=\"c\" parentName=\"&quot;db&quot;.&quot;&quot;.&quot;s&quot;.&quot;t&quot;\" dataTyp=\"INTEGER\"/>\n"
+    "<PhysicalColumn name=\"d\" parentName=\"&quot;db&quot;.&quot;&quot;.&quot;s&quot;.&quot;t&quot;\" dataType=\"INTEGR\"/>\n"
+    "<PhysicalColum name=\"e\" parentName=\"&quot;db&quot;.&quot;&quot;.&quot;s&quot;.&quot;t&quot;\"/>\n"  // 13
+    "</DECLARE>\n</Repository>\n";
+
+TEST_F(Api, TyposWarnWithTheirLineAndTheNearestNameAndFailAStrictLoad) {
+  Repository rp = Repository::Create(dir / "r.db", kPassword);
+  auto doc = Write("typos.xml", kTypos);
+  std::vector<std::string> warnings;
+  LogSink previous = SetLogSink([&](LogKind kind, int, const std::string& text) {
+    if (kind == LogKind::Warning) warnings.push_back(text);
+  });
+  LoadReport lax = rp.Load({doc});
+  SetLogSink(previous);
+  ASSERT_TRUE(lax.loaded) << FormatDiagnostics(lax.errors);
+  std::sort(warnings.begin(), warnings.end());
+  const std::vector<std::string> expected = {
+      "Line 11: <PhysicalColumn> has no attribute dataTyp; it is ignored. Did you mean dataType?",
+      "Line 12: dataType=\"INTEGR\" of <PhysicalColumn> is not a known value; the default is taken. Did you mean "
+      "\"INTEGER\"?",
+      "Line 13: unknown element <PhysicalColum> skipped with its contents. Did you mean <PhysicalColumn>?",
+      "Line 4: <Database> has no attribute qqqqqqq; it is ignored.",
+      "Line 8: type=\"nome\" of <PhysicalTable> is not a known value; the default is taken. Did you mean \"none\"?",
+      "Line 9: <PhysicalTable> cannot hold an element <Descripton>; it is skipped with its contents. Did you mean "
+      "<Description>?",
+  };
+  EXPECT_EQ(warnings, expected);
+  rp.Rollback();
+
+  // Strict: the same texts as errors, each with its document and line; nothing stays.
+  LoadOptions strict;
+  strict.strict = true;
+  LoadReport r = rp.Load({doc}, strict);
+  EXPECT_FALSE(r.loaded);
+  EXPECT_FALSE(rp.HasUncommittedChanges());
+  std::vector<unsigned> lines;
+  for (const Diagnostic& d : r.errors) {
+    EXPECT_EQ(d.file, doc);
+    EXPECT_EQ(d.severity, Severity::Error);
+    lines.push_back(d.line);
+  }
+  std::sort(lines.begin(), lines.end());
+  EXPECT_EQ(lines, (std::vector<unsigned>{4, 8, 9, 11, 12, 13})) << FormatDiagnostics(r.errors);
+  // A generated document has no typo: strict changes nothing for it.
+  Repository retail = Retail("retail.db");
+  std::filesystem::path out = dir / "retail-out.xml";
+  retail.Generate(out);
+  EXPECT_TRUE(retail.Load({out}, strict).loaded);
+}
+
+TEST_F(Api, AReportCountsWhatChangedNotWhatWasNamed) {
+  Repository rp = Retail();
+  const std::size_t objects = rp.ObjectCount();
+  // The sample once more, then the repository's own document: nothing changes,
+  // nothing is made or deleted.
+  LoadReport same = rp.Load({kRetail});
+  ASSERT_TRUE(same.loaded) << FormatDiagnostics(same.errors);
+  EXPECT_EQ(same.created, 0u);
+  EXPECT_EQ(same.changed, 0u);
+  EXPECT_EQ(same.deleted, 0u);
+  EXPECT_GT(same.unchanged, 50u);
+  EXPECT_EQ(same.updated, same.unchanged);
+  std::string text;
+  rp.GenerateText(text);
+  auto doc = Write("gen.xml", text);
+  LoadReport regenerated = rp.Load({doc});
+  EXPECT_EQ(regenerated.created + regenerated.changed + regenerated.deleted, 0u);
+  EXPECT_GE(regenerated.unchanged, same.unchanged);  // and the built-in security objects
+  EXPECT_EQ(rp.ObjectCount(), objects);
+
+  // One attribute of one object: one change.
+  const std::string from = "rowCount=\"3653\"";
+  ASSERT_NE(text.find(from), std::string::npos);
+  text.replace(text.find(from), from.size(), "rowCount=\"3654\"");
+  LoadReport one = rp.Load({Write("one.xml", text)});
+  EXPECT_EQ(one.changed, 1u);
+  EXPECT_EQ(one.created + one.deleted, 0u);
+  EXPECT_EQ(one.unchanged, regenerated.unchanged - 1);
+}
+
+TEST_F(Api, ACheckAppliesEverythingAndKeepsNothing) {
+  Repository empty = Repository::CreateInMemory();
+  LoadReport r = empty.Check({kRetail});
+  EXPECT_TRUE(r.loaded) << FormatDiagnostics(r.errors);
+  EXPECT_GT(r.created, 50u);
+  EXPECT_EQ(empty.ObjectCount(), 2u);  // the built-in administrator and group
+  EXPECT_FALSE(empty.HasUncommittedChanges());
+
+  Repository rp = Retail();
+  const std::string fileBefore = ReadBytes(dir / "retail.db");
+  auto broken = Write("broken.xml", "<?xml version='1.0' encoding='UTF-8'?>\n<Repository>\n<DECLARE>\n"
+                                    "<PhysicalCatalog name=\"c\" parentName=\"&quot;missing&quot;\">\n"
+                                    "</PhysicalCatalog>\n</DECLARE>\n</Repository>\n");
+  LoadReport failed = rp.Check({broken});
+  EXPECT_FALSE(failed.loaded);
+  ASSERT_FALSE(failed.errors.empty());
+  EXPECT_EQ(failed.errors[0].code, 92006u);
+  EXPECT_FALSE(rp.HasUncommittedChanges());
+  rp.Close();
+  EXPECT_TRUE(ReadBytes(dir / "retail.db") == fileBefore) << "the repository file changed";
 }
 
 // ---- the seam to the layer's errors -------------------------------------------

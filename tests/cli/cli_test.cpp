@@ -504,4 +504,82 @@ TEST_F(Cli, OverlappingLoadsNeverLoseObjects) {
   EXPECT_GT(refused, 0);
 }
 
+TEST_F(Cli, TyposWarnWithTheNearestNameAndStrictFailsTheLoad) {
+  MakeRepository(repo, "pw");
+  std::string doc = (dir / "typos.xml").string();
+  std::ofstream(doc) << "<?xml version='1.0' encoding='UTF-8'?>\n<Repository>\n<DECLARE>\n"
+                        "<Database name=\"db\" typ=\"ODBC350\">\n</Database>\n"
+                        "<Schema name=\"s\" parentName=\"&quot;db&quot;.&quot;&quot;\">\n<Descriptio/>\n</Schema>\n"
+                        "<PhysicalTable name=\"t\" parentName=\"&quot;db&quot;.&quot;&quot;.&quot;s&quot;\"/>\n"
+                        "<PhysicalColumn name=\"c\" parentName=\"&quot;db&quot;.&quot;&quot;.&quot;s&quot;.&quot;t&quot;\" "
+                        "dataType=\"INTEGR\"/>\n"
+                        "<PhysicalColum name=\"d\"/>\n</DECLARE>\n</Repository>\n";
+  const std::string before = ReadFile(repo);
+  Result strict = RunQorl("load --strict '" + repo + "' '" + doc + "' --repository-password pw");
+  EXPECT_EQ(strict.code, 1) << strict.out;
+  for (const char* text : {"Line 4: <Database> has no attribute typ; it is ignored. Did you mean type?",
+                           "Line 7: <Schema> cannot hold an element <Descriptio>", "Did you mean <Description>?",
+                           "Line 10: dataType=\"INTEGR\" of <PhysicalColumn> is not a known value",
+                           "Did you mean \"INTEGER\"?", "Line 11: unknown element <PhysicalColum>",
+                           "Did you mean <PhysicalColumn>?", "nothing was loaded"})
+    EXPECT_NE(strict.out.find(text), std::string::npos) << text << "\n" << strict.out;
+  EXPECT_EQ(ReadFile(repo), before);
+  Result checked = RunQorl("check --strict '" + repo + "' '" + doc + "' --repository-password pw");
+  EXPECT_EQ(checked.code, 1) << checked.out;
+
+  Result lax = RunQorl("load '" + repo + "' '" + doc + "' --repository-password pw");
+  EXPECT_EQ(lax.code, 0) << lax.out;
+  EXPECT_NE(lax.out.find("warning: Line 4: <Database> has no attribute typ"), std::string::npos) << lax.out;
+  EXPECT_NE(lax.out.find("warning: Line 11: unknown element <PhysicalColum>"), std::string::npos) << lax.out;
+}
+
+TEST_F(Cli, CheckIsTheGateAndNeverWritesTheRepository) {
+  MakeRepository(repo, "pw");
+  const std::string retail = QORL_SOURCE_DIR "/examples/retail.xml";
+  std::string broken = (dir / "broken.xml").string();
+  std::ofstream(broken) << "<?xml version='1.0' encoding='UTF-8'?>\n<Repository>\n<DECLARE>\n"
+                           "<Database name=\"db\">\n</Database>\n"
+                           "<PhysicalCatalog name=\"c\" parentName=\"&quot;missing&quot;\">\n</PhysicalCatalog>\n"
+                           "</DECLARE>\n</Repository>\n";
+  const std::string before = ReadFile(repo);
+  Result clean = RunQorl("check '" + repo + "' '" + retail + "' --repository-password pw");
+  EXPECT_EQ(clean.code, 0) << clean.out;
+  EXPECT_NE(clean.out.find("check passed: 1 document(s) load into " + repo + ": "), std::string::npos) << clean.out;
+  EXPECT_EQ(ReadFile(repo), before);
+  Result empty = RunQorl("check --empty '" + retail + "'", "env -u QORL_REPOSITORY_PASSWORD");
+  EXPECT_EQ(empty.code, 0) << empty.out;
+
+  // The dry run lists without resolving, and says so; check resolves.
+  Result dry = RunQorl("load --dry-run '" + repo + "' '" + broken + "' --repository-password pw");
+  EXPECT_EQ(dry.code, 0) << dry.out;
+  EXPECT_NE(dry.out.find("references are not resolved"), std::string::npos) << dry.out;
+  Result failed = RunQorl("check '" + repo + "' '" + broken + "' --repository-password pw");
+  EXPECT_EQ(failed.code, 1) << failed.out;
+  EXPECT_NE(failed.out.find("\"missing\""), std::string::npos) << failed.out;
+  EXPECT_NE(failed.out.find("check failed"), std::string::npos) << failed.out;
+  EXPECT_EQ(ReadFile(repo), before);
+  EXPECT_EQ(RunQorl("check --empty").code, 2);
+  EXPECT_EQ(RunQorl("check '" + retail + "' --repository-password pw").code, 2);
+}
+
+TEST_F(Cli, ASummaryCountsWhatChanged) {
+  MakeRepository(repo, "pw");
+  const std::string retail = QORL_SOURCE_DIR "/examples/retail.xml";
+  Result first = RunQorl("load '" + repo + "' '" + retail + "' --repository-password pw");
+  ASSERT_EQ(first.code, 0) << first.out;
+  EXPECT_NE(first.out.find(" created, 0 changed, "), std::string::npos) << first.out;
+  std::string doc = (dir / "gen.xml").string();
+  ASSERT_EQ(RunQorl("gen '" + repo + "' -o '" + doc + "' --repository-password pw").code, 0);
+  Result again = RunQorl("load '" + repo + "' '" + doc + "' --repository-password pw");
+  EXPECT_EQ(again.code, 0) << again.out;
+  EXPECT_NE(again.out.find(": nothing changed ("), std::string::npos) << again.out;
+  std::string text = ReadFile(doc);
+  const std::string from = "rowCount=\"3653\"";
+  ASSERT_NE(text.find(from), std::string::npos);
+  text.replace(text.find(from), from.size(), "rowCount=\"1\"");
+  std::ofstream(doc, std::ios::trunc) << text;
+  Result one = RunQorl("load '" + repo + "' '" + doc + "' --repository-password pw");
+  EXPECT_NE(one.out.find(": 0 created, 1 changed, "), std::string::npos) << one.out;
+}
+
 }  // namespace

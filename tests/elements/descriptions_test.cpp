@@ -105,6 +105,10 @@ class SampleContext : public ReadContext {
   void BadNumber(std::u32string_view attr, const VXString& text) override {
     ADD_FAILURE() << VXString(attr).ToUTF8() << "=" << text.ToUTF8();
   }
+  // Every sample is a known text.
+  void UnknownText(const Attr& row, const VXString& text, std::span<const std::u32string_view>) override {
+    ADD_FAILURE() << VXString(row.name).ToUTF8() << "=" << text.ToUTF8();
+  }
   QORLObjectStub* Reference(TypeID, const NameValuePairs&) override { return nullptr; }
   void Resolve(QORLObjectStub*&) override {}
   RefARpObject ObjectOf(const QORLObjectStub*) const override { return {}; }

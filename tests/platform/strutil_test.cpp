@@ -146,3 +146,15 @@ TEST(DataBlob, HexAndTextBytes) {
   DataBlobUtil::FromByteVector(ByteVector{0x41, 0xE9}, decoded, false);
   EXPECT_EQ(decoded, VXString(U"A\u00E9"));
 }
+
+TEST(StrUtil, ClosestNameHintsATypoAndNothingElse) {
+  const std::u32string_view names[] = {U"dataType", U"precision", U"scale", U"id"};
+  EXPECT_EQ(ClosestName(U"dataTyp", names), U"dataType");
+  EXPECT_EQ(ClosestName(U"DATATYPE", names), U"dataType");  // case is not a typo's measure
+  EXPECT_EQ(ClosestName(U"precison", names), U"precision");
+  EXPECT_EQ(ClosestName(U"ix", names), U"id");
+  // Another word altogether, or too short a word to tell: no hint.
+  EXPECT_EQ(ClosestName(U"nullable", names), U"");
+  EXPECT_EQ(ClosestName(U"xy", names), U"");
+  EXPECT_EQ(ClosestName(U"anything", {}), U"");
+}
