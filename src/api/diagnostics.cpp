@@ -1,6 +1,7 @@
+#include "api/convert.h"
+
 #include <cctype>
 
-#include "api/convert.h"
 #include "platform/messages.h"
 
 namespace qorl {
@@ -120,8 +121,12 @@ std::string SplitLocation(const std::string& text, unsigned& line, unsigned& col
   column = l ? c : 0;
   std::string rest = text.substr(i);
   // The templates write "Line N: lower case"; a sentence of its own begins
-  // with a capital.
-  if (!rest.empty() && rest[0] >= 'a' && rest[0] <= 'z') rest[0] = static_cast<char>(rest[0] - 'a' + 'A');
+  // with a capital, unless it begins with a name from the document
+  // (dataType="..."), which keeps its case.
+  size_t word = 0;
+  while (word < rest.size() && std::isalpha(static_cast<unsigned char>(rest[word]))) ++word;
+  bool isName = word < rest.size() && rest[word] != ' ' && rest[word] != ',';
+  if (!isName && !rest.empty() && rest[0] >= 'a' && rest[0] <= 'z') rest[0] = static_cast<char>(rest[0] - 'a' + 'A');
   return rest;
 }
 

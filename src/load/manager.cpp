@@ -967,7 +967,7 @@ void QORLObjectManager::DecryptAESPassword(const VXString& objectName, const VXS
 
 void QORLObjectManager::Warn(const ErrorMessage& e) {
   if (m_bStrict) m_warningsAsErrors.push_back(e);
-  else ServerLog::LogWarning(e.GetText(), 1);
+  else ServerLog::LogWarning(e);
 }
 
 void QORLObjectManager::PasswordError(const ErrorMessage& e) {

@@ -151,13 +151,13 @@ TEST_F(Api, AMalformedDocumentGivesTheParsersLine) {
   EXPECT_EQ(r.errors[0].message.rfind("The XML document is not well-formed", 0), 0u) << r.errors[0].message;
 
   // A document that is not there, or not a file, says so.
-  for (const auto& [path, code] : {std::pair{dir / "none.xml", 92031ul}, std::pair{dir, 92032ul}}) {
+  for (const auto& [path, code] : {std::pair{dir / "none.xml", 92035ul}, std::pair{dir, 92036ul}}) {
     LoadReport missing = rp.Load({path});
     ASSERT_EQ(missing.errors.size(), 1u) << FormatDiagnostics(missing.errors);
     EXPECT_EQ(missing.errors[0].code, code);
     EXPECT_EQ(missing.errors[0].file, path);
     EXPECT_EQ(missing.errors[0].line, 0u);
-    EXPECT_FALSE(rp.Declared(path).errors.empty());
+    EXPECT_FALSE(rp.Declared({path}, LoadOptions{}).at(0).errors.empty());
     EXPECT_EQ(CheckPassword({path}, "x").errors.at(0).code, code);
   }
   EXPECT_EQ(FormatDiagnostics(rp.Load({dir / "none.xml"}).errors),
@@ -329,8 +329,8 @@ TEST_F(Api, TyposWarnWithTheirLineAndTheNearestNameAndFailAStrictLoad) {
   Repository rp = Repository::Create(dir / "r.db", kPassword);
   auto doc = Write("typos.xml", kTypos);
   std::vector<std::string> warnings;
-  LogSink previous = SetLogSink([&](LogKind kind, int, const std::string& text) {
-    if (kind == LogKind::Warning) warnings.push_back(text);
+  LogSink previous = SetLogSink([&](LogKind kind, int, const Diagnostic& d) {
+    if (kind == LogKind::Warning) warnings.push_back("Line " + std::to_string(d.line) + ": " + d.message);
   });
   LoadReport lax = rp.Load({doc});
   SetLogSink(previous);
@@ -340,7 +340,7 @@ TEST_F(Api, TyposWarnWithTheirLineAndTheNearestNameAndFailAStrictLoad) {
       "Line 11: <PhysicalColumn> has no attribute dataTyp; it is ignored. Did you mean dataType?",
       "Line 12: dataType=\"INTEGR\" of <PhysicalColumn> is not a known value; the default is taken. Did you mean "
       "\"INTEGER\"?",
-      "Line 13: unknown element <PhysicalColum> skipped with its contents. Did you mean <PhysicalColumn>?",
+      "Line 13: Unknown element <PhysicalColum> skipped with its contents. Did you mean <PhysicalColumn>?",
       "Line 4: <Database> has no attribute qqqqqqq; it is ignored.",
       "Line 8: type=\"nome\" of <PhysicalTable> is not a known value; the default is taken. Did you mean \"none\"?",
       "Line 9: <PhysicalTable> cannot hold an element <Descripton>; it is skipped with its contents. Did you mean "

@@ -336,8 +336,8 @@ TEST_F(StoreFile, BadFilesAndPasswordsGiveClearErrors) {
   EXPECT_EQ(ErrorOf([&] { ARpGateway::Open(path, "wrong"); }), 99002u);
   EXPECT_EQ(ErrorOf([&] { ARpGateway::Create(path, "x"); }), 99007u);
   // A missing file and a directory say which they are.
-  EXPECT_EQ(ErrorOf([&] { ARpGateway::Open(VXString((dir / "missing.db").string()), "x"); }), 99031u);
-  EXPECT_EQ(ErrorOf([&] { ARpGateway::Open(VXString(dir.string()), "x"); }), 99032u);
+  EXPECT_EQ(ErrorOf([&] { ARpGateway::Open(VXString((dir / "missing.db").string()), "x"); }), 99035u);
+  EXPECT_EQ(ErrorOf([&] { ARpGateway::Open(VXString(dir.string()), "x"); }), 99036u);
 
   std::string foreign = (dir / "foreign.txt").string();
   std::ofstream(foreign) << "this is not a repository\n";
