@@ -53,6 +53,8 @@ inline constexpr unsigned long kWrongRepositoryPassword = 99002;
 inline constexpr unsigned long kFileExists = 99007;
 inline constexpr unsigned long kNoRepositoryPassword = 99011;
 inline constexpr unsigned long kRepositoryClosed = 99021;
+// A generation met a reference to an object that is not in the repository.
+inline constexpr unsigned long kMissingReferencedObject = 94551;
 }  // namespace messages
 
 // The one exception type of the API. what() is FormatDiagnostics of its
