@@ -153,29 +153,5 @@ TEST(References, AJoinObjectTakesItsLinksAndADrivingTableIsForgotten) {
   EXPECT_FALSE(n.l1.IsNullRef());
 }
 
-TEST(References, ALogicalJoinGoesWithTheTableOfARoleAndARoleAloneLeavesItsEntry) {
-  Model m;
-  RefARpObject other = m.Make(kTIDALogicalTable, "other", m.l1->GetParent()->GetParent());
-  RefARelationship rel(m.Make(kTIDARelationship, "lt-other"));
-  std::vector<RefARole> roles;
-  for (const RefARpObject& entity : {m.l1->GetParent(), other}) {
-    RefARole role(m.Make(kTIDARole, "", rel));
-    rel->GetRoles().Insert(role);
-    ARoleAccess::SetParticipatingEntity(*role, entity);
-    roles.push_back(role);
-  }
-  VoidID first = roles[0].GetID();
-  m.rp->DeleteObject(first);
-  EXPECT_FALSE(rel.IsNullRef());
-  EXPECT_EQ(rel->FindRoleProps(first), nullptr);
-  ASSERT_NE(rel->FindRoleProps(roles[1].GetID()), nullptr);
-
-  DeleteEffects fx;
-  m.rp->DeleteObjects({other.GetID()}, &fx);
-  EXPECT_TRUE(rel.IsNullRef());
-  EXPECT_TRUE(roles[1].IsNullRef());
-  EXPECT_EQ(Model::Objects(fx.taken), std::vector<VoidID>{rel.GetID()});
-}
-
 }  // namespace
 }  // namespace qorl
