@@ -73,6 +73,8 @@ inline constexpr unsigned long kRepositoryChanged = 99030;
 inline constexpr unsigned long kRepositoryBusy = 99031;
 // Readers still reading held back a commit for longer than the wait.
 inline constexpr unsigned long kRepositoryBeingRead = 99032;
+// A generation met a reference to an object that is not in the repository.
+inline constexpr unsigned long kMissingReferencedObject = 94551;
 }  // namespace messages
 
 // The one exception type of the API. what() is FormatDiagnostics of its

@@ -53,8 +53,9 @@ class StreamGenerator : private UnusedResult, public QORLGenerator {
         m_out(out),
         m_buf(buffer) {}
   ~StreamGenerator() override {
-    // A stream gets what was written before a failure elsewhere.
-    if (m_out && !m_failed && !m_buf.empty()) m_out->write(m_buf.data(), static_cast<std::streamsize>(m_buf.size()));
+    // A stream gets what was written before a failure elsewhere, but not the
+    // rest of a document that was given up.
+    if (m_out && !m_failed && !Aborted() && !m_buf.empty()) m_out->write(m_buf.data(), static_cast<std::streamsize>(m_buf.size()));
   }
   bool OutputFailed() const override { return m_failed; }
 
@@ -109,7 +110,7 @@ GenerateReport WriteDocument(ARpGateway& rp, const GenerateOptions& o, Make make
         gen->GenerateQORLForAllObjects(errors, ToGenerationType(o.content), o.repairDuplicates);
         gen->Finish();
       } catch (ErrorMessage& e) {
-        if (gen->OutputFailed()) throw;
+        if (gen->Aborted()) throw;
         // Stopped before the end: the unfinished file is dropped.
         written = false;
         QORLUtil::HandleErrorMessage(e, errors);

@@ -146,7 +146,8 @@ class JoinGraphCodec : public ChildCodec {
     const bool dummy = ctx.Options() & kGenDummyUID;
     VXString s;
     for (const GraphNode& node : *static_cast<const JoinGraph*>(field)) {
-      RefARpObject start = rp->GetObject(node.m_nodeID);
+      // References keep their ids, so that the writer can tell a missing object from none.
+      RefARpObject start(rp, node.m_nodeID);
       s.clear();
       s += S_LT;
       s += tag;
@@ -160,8 +161,8 @@ class JoinGraphCodec : public ChildCodec {
         children::OpenLine(s, TAG_JOINS);
         ctx.Print(s);
         for (const DirectedLink& link : node.m_adjacentLinks) {
-          RefARpObject in = rp->GetObject(link.m_inNode);
-          RefARpObject out = rp->GetObject(link.m_outNode);
+          RefARpObject in(rp, link.m_inNode);
+          RefARpObject out(rp, link.m_outNode);
           s.clear();
           s += S_LT;
           s += TAG_JOIN;
@@ -173,9 +174,8 @@ class JoinGraphCodec : public ChildCodec {
           ctx.Print(s);
           ctx.PrintRef(in, {});
           ctx.PrintRef(out, {});
-          ctx.PrintRef(rp->GetObject(link.m_linkID), {});
-          ctx.PrintTaggedRef(link.m_drivingNode.IsNullID() ? RefARpObject() : rp->GetObject(link.m_drivingNode),
-                             TAG_DRIVING_TABLE);
+          ctx.PrintRef(RefARpObject(rp, link.m_linkID), {});
+          ctx.PrintTaggedRef(RefARpObject(rp, link.m_drivingNode), TAG_DRIVING_TABLE);
           s.clear();
           children::CloseLine(s, TAG_JOIN);
           ctx.Print(s);

@@ -16,9 +16,10 @@ VXString TextOf(ARpGateway* rp, const Expr& expr, bool bUsingVoidID) {
   return ToPrettyStringVisitor::GetFormatExpr(expr, rp, true, true, false, bUsingVoidID, false);
 }
 
-VXString Element(const QORLGenerator& gen, const RefALogicalTableSource& source, const Expr& logical,
-                 const Expr& physical) {
+VXString Element(QORLGenerator& gen, const RefALogicalTableSource& source, const Expr& logical, const Expr& physical) {
   ARpGateway* rp = gen.GetGateway();
+  gen.CheckExpression(logical);
+  gen.CheckExpression(physical);
   const bool uids = gen.IsGeneratingUpgradeIDs();
   const int options = gen.GetGenerateOptions();
   VXString s;
@@ -44,11 +45,12 @@ void PrintColumnMappingSection(QORLGenerator& gen, const RpObjectVector& sortedO
   for (const RefARpObject& o : sortedObjects) {
     RefALogicalTableSource source(o);
     if (!source) continue;
+    QORLGenerator::Holding holding(gen, source.Get());
     for (const auto& [logical, physical] : source->GetSourceDefinition().m_logicalToPhysicalProjection) {
       try {
         gen.Print(column_mapping::Element(gen, source, logical, physical));
       } catch (ErrorMessage& e) {
-        if (gen.OutputFailed()) throw;
+        if (gen.Aborted()) throw;
         QORLUtil::HandleErrorMessage(e, errorMsgString);
       }
     }

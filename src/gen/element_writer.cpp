@@ -74,6 +74,7 @@ void QORLGenerator::WriteElement(const RefARpObject& object) {
   const Description* d = b ? b->desc : nullptr;
   if (!d) return WriteFrameOnly(object);
   if (d->hooks && d->hooks->isWritten && !d->hooks->isWritten(*o, *this)) return;
+  Holding holding(*this, o);
   GenerateGenericOpenTag(object);
   if (d) {
     m_scratch.clear();
@@ -136,6 +137,7 @@ void QORLGenerator::WriteParts(const Binding& b, ARpObject& o) {
             (!(m_genOptions & kGenEmptyElements) || (part.kind == PartKind::TaggedExpr && !wrapped))) {
           if (m_genOptions & kGenEmptyElements) Print(QORLUtil::GetCDATA(VXString(), part.tag, false, false, 0));
         } else {
+          CheckExpression(expr);
           VXString text = ToPrettyStringVisitor::GetFormatExpr(expr, m_pGateway, true, true, false, false, false);
           if (part.kind == PartKind::Expr || wrapped)
             Print(QORLUtil::GetExpression(m_pGateway, expr, text, m_bGenerateUpGradeID, m_genOptions));

@@ -186,7 +186,7 @@ void QORLGenerator::GenerateDeclareQORLForObjects(const RpObjectVector& rpDeclar
         if (bListObjects) PrintGenericObject(o);
         else if (ARpObject* p = o.GetRawObjPtr()) p->Accept(*this);
       } catch (ErrorMessage& e) {
-        if (OutputFailed()) throw;
+        if (Aborted()) throw;
         QORLUtil::HandleErrorMessage(e, errorMsgString);
       }
     }
@@ -249,12 +249,29 @@ bool QORLGenerator::IsEmptyElementTagNotGenerated(bool condition, std::u32string
   return false;
 }
 
+void QORLGenerator::CheckReference(const RefARpObject& ref) {
+  if (!m_holder || !ref.IsNullRef() || ref.GetID().IsNullID()) return;
+  const VoidID& id = ref.GetID();
+  m_bDanglingReference = true;
+  throw ErrorMessage(94551, SUStrUtil::GetTypeName(m_holder->GetTypeID()),
+                     MetadataUtil::GenerateQualifiedName(RefARpObject(const_cast<ARpObject*>(m_holder))),
+                     SUStrUtil::GetTypeName(id.GetTypeID()), id.ToString());
+}
+
+void QORLGenerator::CheckExpression(const Expr& expr) {
+  if (!m_holder) return;
+  for (const ExprToken& t : expr.Tokens())
+    if (t.IsObject() && !m_pGateway->Lookup(t.id)) CheckReference(RefARpObject(m_pGateway, t.id));
+}
+
 void QORLGenerator::GenerateRefObject(const RefARpObject& object) {
+  CheckReference(object);
   if (object.IsNullRef()) return;
   Print(QORLUtil::GetRefObject(object, QORLUtil::GetTagName(object), m_bGenerateUpGradeID));
 }
 
 void QORLGenerator::GenerateRefObject(const RefARpObject& object, std::u32string_view tag) {
+  CheckReference(object);
   if (object.IsNullRef()) {
     if (m_genOptions & kGenEmptyElements) GenerateEmptyElement(tag);
     return;
@@ -263,6 +280,7 @@ void QORLGenerator::GenerateRefObject(const RefARpObject& object, std::u32string
 }
 
 void QORLGenerator::GenerateTaggedRefObject(const RefARpObject& object, std::u32string_view sTagName) {
+  CheckReference(object);
   if (object.IsNullRef()) {
     if (m_genOptions & kGenEmptyElements) GenerateEmptyElement(sTagName);
     return;

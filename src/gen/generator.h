@@ -71,6 +71,27 @@ class QORLGenerator : public AMetadataVisitor, public elements::WriteContext {
   // True once writing the output failed: nothing more can come of the
   // document, so the failure ends it instead of being listed per object.
   virtual bool OutputFailed() const;
+  // True once the output failed or the writer met a reference to an object
+  // that is not in the repository: a document holding that reference would
+  // load nowhere, so the error ends it too and none is written.
+  bool Aborted() const { return m_bDanglingReference || OutputFailed(); }
+  // Throw ErrorMessage 94551 (and abort the document) when the reference, or
+  // an object the expression names, is missing from the repository. Only
+  // while an element is written: `holder` is the object that keeps them.
+  void CheckReference(const RefARpObject& ref);
+  void CheckExpression(const Expr& expr);
+  // Names the object whose element or mapping is written while it lives.
+  class Holding {
+   public:
+    Holding(QORLGenerator& gen, const ARpObject* holder) : m_gen(gen), m_previous(gen.m_holder) { gen.m_holder = holder; }
+    ~Holding() { m_gen.m_holder = m_previous; }
+    Holding(const Holding&) = delete;
+    Holding& operator=(const Holding&) = delete;
+
+   private:
+    QORLGenerator& m_gen;
+    const ARpObject* m_previous;
+  };
 
   // The single output path.
   void Print(std::u32string_view text) override;
@@ -150,6 +171,8 @@ class QORLGenerator : public AMetadataVisitor, public elements::WriteContext {
   FineGrainedChanges m_fineGrainedChanges;
   RpObjectVector m_variablesForCoonPoolAndVarGenerationOption;
   VXString m_scratch;  // collects one element's attributes without reallocating
+  const ARpObject* m_holder = nullptr;  // see Holding
+  bool m_bDanglingReference = false;
 };
 
 // The classes whose content their owner writes, or nobody: their Visit writes nothing.

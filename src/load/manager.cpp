@@ -62,6 +62,7 @@ void VLTStoringStubs::Clear(bool bCleanAll) {
   m_modifiedInternalObjectIDs.clear();
   m_deletedInternalObjectIDs.clear();
   m_deletedObjectIDs.clear();
+  m_cascadeDeletedObjectIDs.clear();
   m_allDeclaredObjects.clear();
   m_allDeleteObjects.clear();
   m_deleteObjects.clear();
@@ -403,7 +404,7 @@ void QORLObjectManager::AddToModifiedInternalObjects(const QORLObjectStub* stub)
 
 void QORLObjectManager::DeleteInternalObject(const VoidID& id) {
   m_pCurrentDeptStorageStubs->m_deletedInternalObjectIDs.insert(id);
-  m_pGateway->DeleteObject(id, false);
+  m_pGateway->DeleteInternalObject(id);
 }
 
 bool QORLObjectManager::IsVltObjectAlive(const RefARpObject& obj) const {
@@ -776,7 +777,28 @@ void QORLObjectManager::ExecuteQORL() {
     s.m_deletedObjectIDs.insert(o.GetID());
   }
   ExecuteOneVLTStore();
-  for (const VoidID& id : s.m_deletedObjectIDs) m_pGateway->DeleteObject(id, false);
+  DeleteDocumentObjects();
+}
+
+// All of the document's deletions in one call: one walk of the store finds
+// what named them. What went with them, or lost a reference, is told.
+void QORLObjectManager::DeleteDocumentObjects() {
+  auto& s = *m_pCurrentDeptStorageStubs;
+  if (s.m_deletedObjectIDs.empty()) return;
+  DeleteEffects effects;
+  m_pGateway->DeleteObjects(VoidIDVector(s.m_deletedObjectIDs.begin(), s.m_deletedObjectIDs.end()), &effects);
+  auto nameOf = [](const QualifiedName& name, const VoidID& id) {
+    return name.empty() ? id.ToString() : MetadataUtil::ToQualifiedName(name);
+  };
+  auto report = [&](unsigned long number, const DeleteEffects::Entry& e) {
+    ServerLog::LogWarning(number, 1, SUStrUtil::GetTypeName(e.object.GetTypeID()), nameOf(e.name, e.object),
+                          SUStrUtil::GetTypeName(e.named.GetTypeID()), nameOf(e.namedName, e.named));
+  };
+  for (const DeleteEffects::Entry& e : effects.taken) {
+    s.m_cascadeDeletedObjectIDs.insert(e.object);
+    report(92025, e);
+  }
+  for (const DeleteEffects::Entry& e : effects.dropped) report(92026, e);
 }
 
 void QORLObjectManager::ExecuteOneVLTStore() {
@@ -925,6 +947,7 @@ void QORLObjectManager::GatherDeletedObjects(VoidIDVector& ids) {
   ids.clear();
   auto& s = *m_pCurrentDeptStorageStubs;
   ids.assign(s.m_deletedObjectIDs.begin(), s.m_deletedObjectIDs.end());
+  ids.insert(ids.end(), s.m_cascadeDeletedObjectIDs.begin(), s.m_cascadeDeletedObjectIDs.end());
   ids.insert(ids.end(), s.m_deletedInternalObjectIDs.begin(), s.m_deletedInternalObjectIDs.end());
 }
 

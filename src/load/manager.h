@@ -41,6 +41,8 @@ struct VLTStoringStubs {
   std::set<VoidID> m_modifiedInternalObjectIDs;
   std::set<VoidID> m_deletedInternalObjectIDs;
   std::set<VoidID> m_deletedObjectIDs;
+  // Deleted with an object of m_deletedObjectIDs that they cannot stand without.
+  std::set<VoidID> m_cascadeDeletedObjectIDs;
   std::vector<QORLObject*> m_allDeclaredObjects;
   std::vector<QORLObject*> m_allDeleteObjects;
   QORLObjectStubVector m_deleteObjects;
@@ -179,6 +181,7 @@ class QORLObjectManager : public xercesc::DefaultHandler {
   void FinishQORLObjectHandler();
   void FinishQORLDeleteHandler();
   void ExecuteOneVLTStore();
+  void DeleteDocumentObjects();
   void ResolveDeclaredObject(QORLObject* handler);
   void InsertResolvedObjectIntoIndexes(QORLObject* handler, bool bInRp, bool bRen);
   bool LookupQORLObjectFromRp(QORLObjectStub* stub, bool bRen, bool& bCandidate, bool bIsObjectToBeDeleted);

@@ -9,6 +9,7 @@
 #include "store/metadata_util.h"
 #include "store/persistence.h"
 #include "store/props.h"
+#include "store/references.h"
 
 namespace qorl {
 
@@ -296,37 +297,126 @@ void ARpGateway::CollectDescendants(const VoidID& id, VoidIDVector& out) {
   }
 }
 
-void ARpGateway::DeleteObject(const VoidID& id, bool) {
+void ARpGateway::DeleteInternalObject(const VoidID& id) {
   if (!Lookup(id)) return;
   VoidIDVector doomed;
   CollectDescendants(id, doomed);
-  for (auto it = doomed.rbegin(); it != doomed.rend(); ++it) {
-    uint64_t k = it->Key();
-    auto oi = m_objects.find(k);
-    if (oi == m_objects.end()) continue;
-    ARpObject* obj = oi->second;
-    RemoveFromRelations(*it);
-    if (m_nameIndexValid) {
-      auto range = m_nameIndex.equal_range(NameKey{obj->GetTypeID(), obj->m_name});
-      for (auto n = range.first; n != range.second; ++n)
-        if (n->second == k) { m_nameIndex.erase(n); break; }
-    }
-    if (m_childIndexValid) {
-      m_children.erase(k);
-      if (!obj->m_parent.IsNullID()) {
-        auto ci = m_children.find(obj->m_parent.Key());
-        if (ci != m_children.end()) std::erase(ci->second, k);
+  for (auto it = doomed.rbegin(); it != doomed.rend(); ++it) Remove(*it);
+}
+
+void ARpGateway::DeleteObject(const VoidID& id, bool) { DeleteObjects(VoidIDVector{id}); }
+
+// The objects of one deletion, parents before their descendants.
+struct ARpGateway::Doomed {
+  IdSet set;
+  VoidIDVector order;
+  DeleteEffects* effects;
+};
+
+namespace deletion {
+
+DeleteEffects::Entry EntryOf(ARpGateway& rp, const ARpObject& obj, const VoidID& named) {
+  DeleteEffects::Entry e{obj.GetID(), {}, named, {}};
+  MetadataUtil::GenerateQualifiedName(RefARpObject(const_cast<ARpObject*>(&obj)), e.name);
+  if (ARpObject* n = rp.Lookup(named)) MetadataUtil::GenerateQualifiedName(RefARpObject(n), e.namedName);
+  return e;
+}
+
+}  // namespace deletion
+
+// Adds the object and its descendants, and whatever cannot lose one of them
+// as a member, with its own descendants.
+void ARpGateway::Doom(const VoidID& id, Doomed& d) {
+  if (!d.set.Insert(id)) return;
+  EnsureChildIndex();
+  size_t i = d.order.size();
+  d.order.push_back(id);
+  for (; i < d.order.size(); ++i) {
+    uint64_t k = d.order[i].Key();
+    if (auto ci = m_children.find(k); ci != m_children.end())
+      for (uint64_t c : ci->second)
+        if (m_objects.count(c) && d.set.Insert(VoidID::FromKey(c))) d.order.push_back(VoidID::FromKey(c));
+    if (auto bi = m_relBack.find(k); bi != m_relBack.end())
+      for (const BackRef& b : bi->second) {
+        auto oi = m_objects.find(b.owner);
+        if (!RelationTakesOwner(b.rel) || oi == m_objects.end() || d.set.Has(b.owner)) continue;
+        if (d.effects) d.effects->taken.push_back(deletion::EntryOf(*this, *oi->second, d.order[i]));
+        d.set.Insert(oi->second->m_id);
+        d.order.push_back(oi->second->m_id);
       }
-    }
-    if (m_uidIndexValid && !obj->m_uid.empty()) {
-      auto ui = m_uidIndex.find(obj->m_uid);
-      if (ui != m_uidIndex.end() && ui->second == k) m_uidIndex.erase(ui);
-    }
-    m_objects.erase(oi);
-    m_deleted.insert(k);
-    obj->m_dead = true;
-    if (obj->m_refs == 0) ReleaseObject(obj);
   }
+}
+
+void ARpGateway::Take(ARpObject* obj, const VoidID& named, Doomed& d) {
+  if (d.effects) d.effects->taken.push_back(deletion::EntryOf(*this, *obj, named));
+  Doom(obj->m_id, d);
+}
+
+void ARpGateway::DeleteObjects(const VoidIDVector& ids, DeleteEffects* effects) {
+  Doomed d{{}, {}, effects};
+  for (const VoidID& id : ids)
+    if (Lookup(id)) Doom(id, d);
+  if (d.order.empty()) return;
+  // Each walk looks for references to what was doomed since the walk before;
+  // one that takes nothing more ends it.
+  std::vector<std::pair<ARpObject*, VoidID>> dropping;
+  for (size_t walked = 0; walked < d.order.size();) {
+    IdSet fresh;
+    for (; walked < d.order.size(); ++walked) fresh.Insert(d.order[walked]);
+    std::vector<std::pair<ARpObject*, VoidID>> taking;
+    for (const auto& [k, o] : m_objects) {
+      if (d.set.Has(k)) continue;
+      VoidID named;
+      RefHit hit = FindMemberReferences(*o, fresh, named);
+      if (hit == RefHit::TakeOwner) taking.emplace_back(o, named);
+      else if (hit == RefHit::Drop) dropping.emplace_back(o, named);
+    }
+    // In id order, so that what is reported does not follow the hash order.
+    std::sort(taking.begin(), taking.end(), [](const auto& a, const auto& b) { return a.first->m_id < b.first->m_id; });
+    for (const auto& [o, named] : taking)
+      if (!d.set.Has(o->m_id)) Take(o, named, d);
+  }
+  // Survivors drop their references to everything doomed; an object found by
+  // two walks is mended once.
+  std::stable_sort(dropping.begin(), dropping.end(), [](const auto& a, const auto& b) { return a.first->m_id < b.first->m_id; });
+  for (size_t i = 0; i < dropping.size(); ++i) {
+    ARpObject* o = dropping[i].first;
+    if (d.set.Has(o->m_id) || (i > 0 && dropping[i - 1].first == o)) continue;
+    if (effects) effects->dropped.push_back(deletion::EntryOf(*this, *o, dropping[i].second));
+    DropMemberReferences(*o, d.set);
+  }
+  if (effects)
+    std::sort(effects->taken.begin(), effects->taken.end(),
+              [](const DeleteEffects::Entry& a, const DeleteEffects::Entry& b) { return a.object < b.object; });
+  for (auto it = d.order.rbegin(); it != d.order.rend(); ++it) Remove(*it);
+}
+
+void ARpGateway::Remove(const VoidID& id) {
+  uint64_t k = id.Key();
+  auto oi = m_objects.find(k);
+  if (oi == m_objects.end()) return;
+  ARpObject* obj = oi->second;
+  RemoveFromRelations(id);
+  if (m_nameIndexValid) {
+    auto range = m_nameIndex.equal_range(NameKey{obj->GetTypeID(), obj->m_name});
+    for (auto n = range.first; n != range.second; ++n)
+      if (n->second == k) { m_nameIndex.erase(n); break; }
+  }
+  if (m_childIndexValid) {
+    m_children.erase(k);
+    if (!obj->m_parent.IsNullID()) {
+      auto ci = m_children.find(obj->m_parent.Key());
+      if (ci != m_children.end()) std::erase(ci->second, k);
+    }
+  }
+  if (m_uidIndexValid && !obj->m_uid.empty()) {
+    auto ui = m_uidIndex.find(obj->m_uid);
+    if (ui != m_uidIndex.end() && ui->second == k) m_uidIndex.erase(ui);
+  }
+  m_objects.erase(oi);
+  m_deleted.insert(k);
+  obj->m_dead = true;
+  if (obj->m_refs == 0) ReleaseObject(obj);
 }
 
 // Drops the relations the object owns and takes it out of every relation it is a member of.

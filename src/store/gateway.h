@@ -12,6 +12,7 @@
 namespace qorl {
 
 class ACondition;
+class IdSet;
 class Persistence;
 namespace crypto { struct AESKey; }
 
@@ -20,6 +21,21 @@ enum : int {
   kRepPropWritable = 3,       // first byte 0: the repository must not be written
   kRepPropNextUniqueNum = 16, // next free UniqueNum, four bytes
   kRepPropCustomizationHash = 17,
+};
+
+// What a deletion did besides deleting the objects it was given and their
+// descendants, in the order of the objects' ids. Names are as they stood.
+struct DeleteEffects {
+  struct Entry {
+    VoidID object;
+    QualifiedName name;
+    VoidID named;             // a deleted object it named
+    QualifiedName namedName;  // empty when that object was gone already
+  };
+  // Deleted too: they cannot live without an object they named.
+  std::vector<Entry> taken;
+  // Kept, without their references to deleted objects.
+  std::vector<Entry> dropped;
 };
 
 class ARpGateway {
@@ -60,7 +76,16 @@ class ARpGateway {
   void GetObjects(const VoidIDVector& ids, RpObjectVector& objs);
   RefARpObject CreateObject(const TypeID& type);
   RefARpObject CreateObject(const TypeID& type, const VoidID& id);
+  // Deletes the objects with their descendants and memberships, and what
+  // cannot live without them; the other objects that name them drop those
+  // references (store/references.h). One walk over the store serves the
+  // whole set: give all the objects of one deletion in one call.
+  void DeleteObjects(const VoidIDVector& ids, DeleteEffects* effects = nullptr);
   void DeleteObject(const VoidID& id, bool bUnused = false);
+  // Deletes an object that nothing but its owner names (a logical join's
+  // role, a measure's rule) with its descendants and memberships, without
+  // the walk: what a load does many times over while it applies a document.
+  void DeleteInternalObject(const VoidID& id);
   void SetCustomizationHash(const VXString& hash);
   VXString GetCustomizationHash();
   void FindObjectIDs(const ACondition& cond, VoidIDVector& ids);
@@ -124,6 +149,10 @@ class ARpGateway {
   void EnsureNameIndex();
   void EnsureChildIndex();
   void CollectDescendants(const VoidID& id, VoidIDVector& out);
+  struct Doomed;
+  void Doom(const VoidID& id, Doomed& d);
+  void Take(ARpObject* obj, const VoidID& named, Doomed& d);
+  void Remove(const VoidID& id);
   void RemoveFromRelations(const VoidID& id);
   void DropAll(bool bGatewayGone);
   void LoadFromFile();

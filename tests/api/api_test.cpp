@@ -9,6 +9,7 @@
 
 #include "api/convert.h"
 #include "gen/generator.h"
+#include "store/gateway.h"
 #include "qorl/qorl.h"
 
 namespace qorl::api_test {
@@ -281,6 +282,38 @@ TEST_F(Api, AStreamThatFailsIsReported) {
   GenerateOptions one;
   one.objects = {"User:\"Administrator\""};
   EXPECT_THROW(rp.Generate(broken, one), Error);
+}
+
+// A repository in which a column defining a logical column is gone without
+// the deletion mending anything (as an older qorl left it): the document
+// would name the column by its bare id, so none is written.
+TEST_F(Api, AMissingObjectNamedByAnotherFailsTheDocumentAndLeavesTheFile) {
+  Retail().Close();
+  {
+    auto rp = ARpGateway::Open(VXString((dir / "retail.db").string()), kPassword);
+    RefARpObject amount = rp->FindByQualifiedName(kTIDAColumn, {"Retail DW", "", "SALES", "SALES_FACT", "AMOUNT"});
+    ASSERT_FALSE(amount.IsNullRef());
+    rp->DeleteInternalObject(amount.GetID());
+    rp->Commit();
+  }
+  Repository rp = Repository::Open(dir / "retail.db", kPassword);
+  const auto target = Write("out.xml", "previous\n");
+  try {
+    rp.Generate(target);
+    ADD_FAILURE() << "a document naming a missing object was written";
+  } catch (const Error& e) {
+    EXPECT_EQ(e.Code(), messages::kMissingReferencedObject);
+    EXPECT_EQ(e.Diagnostics().size(), 1u) << e.what();
+    EXPECT_NE(std::string(e.what()).find("The Logical Column \"Retail Sales\".\"Sales\".\"Revenue\" refers to the Physical Column "),
+              std::string::npos)
+        << e.what();
+  }
+  EXPECT_EQ(ReadBytes(target), "previous\n");
+  for (const auto& entry : std::filesystem::directory_iterator(dir))
+    EXPECT_EQ(entry.path().filename().string().find(".tmp"), std::string::npos) << entry.path();
+  std::ostringstream stream;
+  EXPECT_THROW(rp.Generate(stream), Error);
+  EXPECT_TRUE(stream.str().empty());
 }
 
 TEST_F(Api, TheLogSinkHearsWhatALoadPassesOver) {

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <map>
 #include <set>
+#include <sstream>
 
 #include "elements/bind.h"
 #include "elements/description.h"
@@ -275,6 +276,88 @@ TEST_P(EveryDescription, EveryFieldSetRoundTripsPropertyByPropertyAndAsText) {
 
   std::string second = dst.TextOf({subject}, options);
   if (!HasConditionalGroup(d)) EXPECT_EQ(WithoutSecrets(first), WithoutSecrets(second));
+}
+
+// Gives each expression of the element an object to name: a variable of its
+// own, which physical and logical expressions alike can name.
+void NameObjectsInExpressions(Filler& f, const Binding& b, ARpObject& o) {
+  for (size_t i = 0; i < b.desc->parts.size(); ++i) {
+    const PartKind kind = b.desc->parts[i].kind;
+    if (kind != PartKind::Expr && kind != PartKind::TaggedExpr) continue;
+    Expr e;
+    e.AppendObject(f.New(kTIDARpVariable, "var_" + std::to_string(f.Serial())).GetID());
+    e.AppendText(VXString(U" = 1"));
+    *static_cast<Expr*>(PartField(b, i, o)) = e;
+  }
+  MarkObjectDirty(o);
+}
+
+// The first line where the texts differ, from each; empty when they agree.
+std::string FirstDifference(const std::string& a, const std::string& b) {
+  std::istringstream x(a), y(b);
+  std::string l, r;
+  for (int line = 1;; ++line) {
+    bool more = static_cast<bool>(std::getline(x, l)), moreToo = static_cast<bool>(std::getline(y, r));
+    if (!more && !moreToo) return {};
+    if (l != r || more != moreToo) return "line " + std::to_string(line) + ":\n  " + l + "\n  " + r;
+  }
+}
+
+std::string WholeDocument(ARpGateway& rp, const std::string& context) {
+  VXString doc, err;
+  EXPECT_TRUE(QORLGenerator::GenerateQORL(&rp, err, doc, {}, false, false, true, true, QORLScriptGenerateEverything,
+                                          false, false))
+      << context << ": " << err.ToUTF8();
+  return doc.ToUTF8();
+}
+
+// Whichever object the element names goes, with all that goes with it, what
+// stays writes a document that loads into a new repository and comes out the
+// same: no member is left naming an object that is not there.
+TEST_P(EveryDescription, DeletingAnObjectItNamesLeavesADocumentThatLoadsAndComesBackTheSame) {
+  const Description& d = *GetParam();
+  const Binding& b = BindingOf(d);
+  auto build = [&](Filler& f) {
+    RefARpObject subject = f.New(d.type, "subject");
+    Fill(f, b, *subject);
+    NameObjectsInExpressions(f, b, *subject);
+    return std::make_pair(subject, f.All());
+  };
+  // The objects named by the subject's element (and its mappings), each with
+  // its uid, its parent among them: their places in the fill's order.
+  std::vector<size_t> named;
+  {
+    Filler probe;
+    auto [subject, all] = build(probe);
+    const std::string element = probe.Text({subject}, kGenFooter | kGenExprTextObjects | kGenColMapping);
+    for (size_t i = 0; i < all.size(); ++i)
+      if (all[i] != subject && element.find(TKSGUIDGenerator::ByteVectorToGUIDString(all[i]->UpgradeID()).ToUTF8()) !=
+                                   std::string::npos)
+        named.push_back(i);
+  }
+  EXPECT_FALSE(named.empty());
+  // Every secret, the built-in group's name too, is encrypted with the key of the repository.
+  auto comparable = [](const std::string& doc) {
+    return std::regex_replace(WithoutIds(doc), std::regex("\"AES256 [^\"]*\""), "\"\"");
+  };
+  for (size_t i : named) {
+    Filler src;
+    RefARpObject victim = build(src).second[i];
+    const std::string context = "deleting " + VXString(QORLUtil::GetTagName(victim->GetTypeID())).ToUTF8() + " " +
+                                MetadataUtil::GenerateQualifiedName(victim).ToUTF8();
+    src.rp->DeleteObject(victim.GetID());
+    // As every load leaves them, so that both documents hold them.
+    ARpGateway::FixMandatorySecurityObjects(src.rp.get());
+    std::string first = WholeDocument(*src.rp, context);
+    Filler dst;
+    LoadResult r;
+    VXString warnings;
+    r.ok = QORLParser::ExecuteTransactionalXML(dst.rp.get(), {VXString(first)}, {VXString()}, r.err, warnings,
+                                               r.created, r.modified, r.deleted, QORLParser::QORLText, true, true,
+                                               false, false, false, false, false);
+    ASSERT_TRUE(r.ok) << context << ": " << r.Text();
+    EXPECT_EQ(FirstDifference(comparable(first), comparable(WholeDocument(*dst.rp, context))), "") << context;
+  }
 }
 
 std::string NameOf(const ::testing::TestParamInfo<const Description*>& info) {

@@ -350,6 +350,53 @@ TEST_F(DocumentFile, ASuccessfulWriteReplacesTheFileAndKeepsItsMode) {
   EXPECT_EQ(Entries(), std::vector<std::string>{"doc.xml"});
 }
 
+// An expression, a reference and a column mapping that name an object the
+// repository lacks (left behind by a deletion that mends nothing): the first
+// one met fails the whole document with one error naming its holder, and the
+// file stays as it was.
+TEST_F(DocumentFile, AReferenceToAMissingObjectFailsTheDocumentAndLeavesTheFile) {
+  RefARpObject db = f.Make(kTIDADatabase, 1, "db");
+  RefARpObject t = f.Make(kTIDATable, 2, "T", db);
+  RefARpObject a = f.Make(kTIDAColumn, 3, "A", t);
+  RefARpObject gone = f.Make(kTIDAColumn, 4, "gone", t);
+  RefAComplexJoin join(f.Make(kTIDAComplexJoin, 5, "J"));
+  RefARpObject lt = f.Make(kTIDALogicalTable, 7, "LT", f.Make(kTIDASubjectArea, 6, "BM"));
+  RefARpObject lc = f.Make(kTIDAAttribute, 8, "LC", lt);
+  RefALogicalTableSource source(f.Make(kTIDALogicalTableSource, 9, "S", lt));
+  auto named = [](const RefARpObject& o) {
+    Expr e;
+    e.AppendObject(o.GetID());
+    return e;
+  };
+  RpObjectVector all = objects;
+  for (const RefARpObject& o : {db, t, a, RefARpObject(join), lt, lc, RefARpObject(source)}) all.push_back(o);
+  auto fails = [&](const std::string& message) {
+    VXString err;
+    EXPECT_FALSE(QORLGenerator::GenerateQORLForObjectVector(f.rp.get(), all, {}, err, VXString(target), true));
+    EXPECT_EQ(err.ToUTF8(), message + "\n");
+    EXPECT_EQ(Slurp(target), "previous\ndocument\n");
+    EXPECT_EQ(Entries(), std::vector<std::string>{"doc.xml"});
+  };
+  const std::string missing = " refers to the Physical Column 3003:00000004, which is not in the repository; a "
+                              "document naming it would not load, so none is written.";
+  join->SetJoinExpr(named(gone));
+  source->SetClosureTable(f.Make(kTIDATable, 10, "T2", db));
+  ALogicalTableSource::SourceDefinition d;
+  d.m_logicalToPhysicalProjection = {{named(lc), named(gone)}};
+  source->SetSourceDefinition(d);
+  f.rp->DeleteInternalObject(gone.GetID());
+  f.rp->DeleteInternalObject(VoidID(kTIDATable, UniqueNum(10)));
+  fails("The Complex Join \"J\"" + missing);
+  join->SetJoinExpr(named(a));
+  fails("The Logical Table Source \"BM\".\"LT\".\"S\" refers to the Physical Table 3001:0000000a, which is not in the "
+        "repository; a document naming it would not load, so none is written.");
+  source->SetClosureTable(RefARpObject());
+  fails("The Logical Table Source \"BM\".\"LT\".\"S\"" + missing);
+  source->SetSourceDefinition({});
+  VXString err;
+  EXPECT_TRUE(QORLGenerator::GenerateQORLForObjectVector(f.rp.get(), all, {}, err, VXString(target), true)) << err.ToUTF8();
+}
+
 TEST_F(DocumentFile, AMissingDirectoryIsAnErrorAndIsNotMade) {
   std::filesystem::path missing = dir / "no" / "such";
   VXString err;
