@@ -181,6 +181,7 @@ bool QORLParser::ExecuteTransactionalXMLforQORL(ARpGateway* pGateway, const VXSt
   }
   EnsureXMLPlatform();
   SaxReader reader;
+  reader.GuardInput(QORLObjectManager::kMaxAttributeChars);
   QORLObjectManager manager(pGateway, false, type == QORLText, false, false, bRenameDuplicatedObjects);
   manager.SetExitOnExprParsingError(bExitOnExprParsingError);
   manager.m_bExitOnPasswordError = bExitOnPasswordError;
@@ -258,6 +259,7 @@ bool QORLParser::GatherDeclObjectsQualifiedNameTypeIDs(ARpGateway* pGateway, con
   }
   EnsureXMLPlatform();
   SaxReader reader;
+  reader.GuardInput(QORLObjectManager::kMaxAttributeChars);
   QORLObjectManager manager(pGateway, type > QORLCustomizationDir, type == QORLFile, false, true, false);
   manager.SetDepartment(VXString());
   manager.PopulateAllObjects();
@@ -292,6 +294,7 @@ bool QORLParser::IsPasswordCorrect(ARpGateway* pGateway, const VXStringVector& f
   }
   EnsureXMLPlatform();
   SaxReader reader;
+  reader.GuardInput(QORLObjectManager::kMaxAttributeChars);
   QORLObjectManager manager(pGateway, false, true, false, false, false);
   manager.SetExitOnExprParsingError(bExitOnExprParsingError);
   manager.m_bExitOnPasswordError = bExitOnPasswordError;

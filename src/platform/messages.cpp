@@ -45,6 +45,8 @@ constexpr MessageDef kMessageCatalogue[] = {
     {92018, "Line %1: elements are nested more than %2 levels deep."},
     {92019, "Line %1: the attribute %2 of <%3> is longer than %4 characters."},
     {92020, "Line %1: the text in <%2> is longer than %3 characters."},
+    {92021, "Line %1: the bytes %2 are not UTF-8, the encoding of a document whose XML declaration names no other."},
+    {92022, "Line %1: the document holds a NUL character, which no XML document may hold."},
     {94230, "Could not open the file %1 to find out whether it is a fine-grained document."},
     {94339, "An encrypted value in the document cannot be decrypted with the old password."},
     {94396, "Nothing to generate: neither object types nor objects were given."},
