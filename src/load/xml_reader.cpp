@@ -18,8 +18,11 @@
 #include <xercesc/util/XMLResourceIdentifier.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
+#include <algorithm>
+#include <cstring>
 #include <mutex>
 #include <new>
+#include <vector>
 
 #include "load/raw_input_guard.h"
 #include "platform/error.h"
@@ -72,7 +75,11 @@ class RefusingResolver : public xercesc::XMLEntityResolver {
   }
 };
 
-// A source whose bytes pass a RawInputGuard on their way to the parser.
+// A source whose bytes pass a RawInputGuard on their way to the parser. The
+// guard refuses by throwing from a read, which the parser survives while it
+// scans but not in the middle of making its reader, which reads first: so the
+// first bytes are read and checked when the stream is made, before the
+// parser holds anything to leak.
 class GuardedInputSource : public xercesc::InputSource {
  public:
   GuardedInputSource(const xercesc::InputSource& inner, XMLSize_t maxChars, RawInputGuard::Units units)
@@ -83,19 +90,42 @@ class GuardedInputSource : public xercesc::InputSource {
   }
 
   xercesc::BinInputStream* makeStream() const override {
-    xercesc::BinInputStream* stream = m_inner.makeStream();
-    return stream ? new Stream(stream, m_maxChars, m_units) : nullptr;
+    std::unique_ptr<xercesc::BinInputStream> stream(m_inner.makeStream());
+    return stream ? new Stream(std::move(stream), m_maxChars, m_units) : nullptr;
   }
 
  private:
   class Stream : public xercesc::BinInputStream {
    public:
-    Stream(xercesc::BinInputStream* inner, XMLSize_t maxChars, RawInputGuard::Units units)
-        : m_inner(inner), m_guard(maxChars, units) {}
-    XMLFilePos curPos() const override { return m_inner->curPos(); }
+    // More than the parser's first read asks for.
+    static constexpr size_t kFirstBytes = 64 << 10;
+
+    Stream(std::unique_ptr<xercesc::BinInputStream> inner, XMLSize_t maxChars, RawInputGuard::Units units)
+        : m_inner(std::move(inner)), m_guard(maxChars, units), m_first(kFirstBytes) {
+      size_t got = 0;
+      while (got < m_first.size() && !m_end) {
+        XMLSize_t n = m_inner->readBytes(m_first.data() + got, m_first.size() - got);
+        got += n;
+        m_end = n == 0;
+      }
+      m_first.resize(got);
+      m_guard.Feed(m_first.data(), got);
+      if (m_end) m_guard.Feed(nullptr, 0);
+    }
+    XMLFilePos curPos() const override { return m_pos; }
     XMLSize_t readBytes(XMLByte* const toFill, const XMLSize_t maxToRead) override {
-      XMLSize_t n = m_inner->readBytes(toFill, maxToRead);
-      m_guard.Feed(toFill, n);
+      XMLSize_t n;
+      if (m_served < m_first.size()) {
+        n = std::min<XMLSize_t>(maxToRead, m_first.size() - m_served);
+        std::memcpy(toFill, m_first.data() + m_served, n);
+        m_served += n;
+      } else {
+        if (m_end) return 0;
+        n = m_inner->readBytes(toFill, maxToRead);
+        m_end = n == 0;
+        m_guard.Feed(toFill, n);
+      }
+      m_pos += n;
       return n;
     }
     const XMLCh* getContentType() const override { return m_inner->getContentType(); }
@@ -104,6 +134,10 @@ class GuardedInputSource : public xercesc::InputSource {
    private:
     std::unique_ptr<xercesc::BinInputStream> m_inner;
     RawInputGuard m_guard;
+    std::vector<XMLByte> m_first;
+    size_t m_served = 0;
+    bool m_end = false;
+    XMLFilePos m_pos = 0;
   };
 
   const xercesc::InputSource& m_inner;
