@@ -14,9 +14,20 @@ namespace raw_input_guard {
 bool IsSpace(uint32_t c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
 // The local part of a qualified name.
-std::u32string LocalPart(const std::u32string& qname) {
+std::u32string_view LocalPart(std::u32string_view qname) {
   size_t colon = qname.rfind(U':');
-  return colon == std::u32string::npos ? qname : qname.substr(colon + 1);
+  return colon == std::u32string_view::npos ? qname : qname.substr(colon + 1);
+}
+
+// Ends a name in a start tag, or is the end of the tag or a value's quote.
+bool EndsName(uint8_t b) {
+  return b == '>' || b == '"' || b == '\'' || b == ' ' || b == '\t' || b == '\n' || b == '\r' || b == '=' || b == '/';
+}
+
+// Whether any of the eight bytes is zero or above 0x7F.
+bool AnyZeroOrHigh(uint64_t x) {
+  constexpr uint64_t kLow = 0x0101010101010101ull, kHigh = 0x8080808080808080ull;
+  return ((x | ((x - kLow) & ~x)) & kHigh) != 0;
 }
 
 bool EqualsNoCase(std::string_view a, std::string_view b) {
@@ -100,6 +111,14 @@ void RawInputGuard::Feed(const uint8_t* bytes, size_t n) {
 
 void RawInputGuard::CheckUTF8(const uint8_t* p, size_t n) {
   for (size_t i = 0; i < n; ++i) {
+    // Plain ASCII, eight bytes at a time.
+    while (m_seqNeed == 0 && i + 8 <= n) {
+      uint64_t word;
+      std::memcpy(&word, p + i, 8);
+      if (raw_input_guard::AnyZeroOrHigh(word)) break;
+      i += 8;
+    }
+    if (i == n) break;
     const uint8_t b = p[i];
     if (m_seqNeed > 0) {
       if (b < m_nextLo || b > m_nextHi) RefuseUTF8(p, i, b);
@@ -158,6 +177,16 @@ void RawInputGuard::Scan(const uint8_t* p, size_t n) {
     } else if (m_state == State::kAttValue && !m_inRef) {
       i += ScanValueBytes(p + i, n - i);
       if (i == n) break;
+    } else if (m_state == State::kStartTag) {
+      size_t end = i;
+      while (end < n && !raw_input_guard::EndsName(p[end])) ++end;
+      if (end > i) {
+        AddNameChars(p + i, end - i);
+        m_prev2 = end - i >= 2 ? p[end - 2] : m_prev;
+        m_prev = p[end - 1];
+        i = end;
+        if (i == n) break;
+      }
     }
     Step(p[i++]);
   }
@@ -183,13 +212,15 @@ void RawInputGuard::Count(size_t chars) {
   if (m_chars > m_maxChars) RefuseAttribute();
 }
 
-void RawInputGuard::AddNameChar(uint32_t c) {
-  if (!m_elementDone) {
-    if (m_element.size() < 255) m_element.push_back(c);
-    return;
+template <class Unit>
+void RawInputGuard::AddNameChars(const Unit* units, size_t n) {
+  Name* name = &m_element;
+  if (m_elementDone) {
+    name = &m_token;
+    if (m_tokenDone) name->size = 0, m_tokenDone = false;
   }
-  if (m_tokenDone) m_token.clear(), m_tokenDone = false;
-  if (m_token.size() < 255) m_token.push_back(c);
+  n = std::min(n, Name::kMax - name->size);
+  for (size_t k = 0; k < n; ++k) name->chars[name->size++] = units[k];
 }
 
 void RawInputGuard::Step(uint32_t c) {
@@ -209,8 +240,8 @@ void RawInputGuard::Step(uint32_t c) {
         m_state = State::kEndTag;
       } else {
         m_state = State::kStartTag;
-        m_element.clear();
-        m_token.clear();
+        m_element.size = 0;
+        m_token.size = 0;
         m_elementDone = false;
         m_tokenDone = true;
         AddNameChar(c);
@@ -273,7 +304,7 @@ void RawInputGuard::Step(uint32_t c) {
         m_elementDone = m_tokenDone = true;
       } else if (IsSpace(c) || c == '=' || c == '/') {
         m_tokenDone = true;
-        if (!m_element.empty()) m_elementDone = true;
+        if (m_element.size > 0) m_elementDone = true;
       } else {
         AddNameChar(c);
       }
@@ -298,15 +329,15 @@ void RawInputGuard::Step(uint32_t c) {
 }
 
 void RawInputGuard::RefuseAttribute() const {
-  auto text = [this](const std::u32string& units) {
+  auto text = [this](std::u32string_view units) {
     if (m_width == 1) return VXString(std::string(units.begin(), units.end()));
     if (m_width == 2) {
       std::u16string utf16(units.begin(), units.end());
       return VXString::FromUTF16(utf16.data(), utf16.size());
     }
-    return VXString(std::u32string_view(units));
+    return VXString(units);
   };
-  throw ErrorMessage(92019, m_valueLine, text(m_token), text(raw_input_guard::LocalPart(m_element)),
+  throw ErrorMessage(92019, m_valueLine, text(m_token.View()), text(raw_input_guard::LocalPart(m_element.View())),
                      static_cast<unsigned long long>(m_maxChars));
 }
 

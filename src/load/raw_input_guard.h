@@ -29,6 +29,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace qorl {
 
@@ -55,7 +56,9 @@ class RawInputGuard {
   // The fast path for one-byte encodings inside a value; returns bytes consumed.
   size_t ScanValueBytes(const uint8_t* bytes, size_t n);
   void Count(size_t chars);
-  void AddNameChar(uint32_t c);
+  void AddNameChar(uint32_t c) { AddNameChars(&c, 1); }
+  template <class Unit>
+  void AddNameChars(const Unit* units, size_t n);
   [[noreturn]] void RefuseAttribute() const;
   [[noreturn]] void RefuseUTF8(const uint8_t* chunk, size_t at, uint8_t bad) const;
 
@@ -86,9 +89,16 @@ class RawInputGuard {
   int m_declDepth = 0;
   uint32_t m_declQuote = 0;
 
+  // A name as read, cut where the store cuts names.
+  struct Name {
+    static constexpr size_t kMax = 255;
+    char32_t chars[kMax];
+    size_t size = 0;
+    std::u32string_view View() const { return {chars, size}; }
+  };
   // The start tag being read: the element's name, the last name token (the
   // attribute's), whether each has ended.
-  std::u32string m_element, m_token;
+  Name m_element, m_token;
   bool m_elementDone = false, m_tokenDone = true;
   // The value being read.
   uint32_t m_quote = 0;

@@ -82,7 +82,8 @@ class DocumentLoader {
       return false;
     }
     if (!ok) return false;
-    // Whatever the load accepted, the generator must be able to write.
+    // Whatever the load accepted, the generator must write without a fault;
+    // an error it reports is its answer.
     VXString genErrors, doc;
     try {
       QORLGenerator::GenerateQORL(rp.get(), genErrors, doc, {}, false, false, true, true,
