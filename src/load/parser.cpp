@@ -223,6 +223,7 @@ bool QORLParser::ExecuteTransactionalXMLforQORL(ARpGateway* pGateway, const VXSt
   }
   EnsureXMLPlatform();
   SaxReader reader;
+  reader.GuardInput(QORLObjectManager::kMaxAttributeChars);
   QORLObjectManager manager(pGateway, false, type == QORLText, false, false, bRenameDuplicatedObjects);
   manager.SetExitOnExprParsingError(bExitOnExprParsingError);
   manager.m_bExitOnPasswordError = bExitOnPasswordError;
@@ -326,6 +327,7 @@ bool QORLParser::GatherDeclObjectsQualifiedNameTypeIDs(ARpGateway* pGateway, con
   }
   EnsureXMLPlatform();
   SaxReader reader;
+  reader.GuardInput(QORLObjectManager::kMaxAttributeChars);
   QORLObjectManager manager(pGateway, type > QORLCustomizationDir, type == QORLFile, false, true, false);
   manager.SetDepartment(VXString());
   manager.PopulateAllObjects();
@@ -366,6 +368,7 @@ bool QORLParser::IsPasswordCorrect(ARpGateway* pGateway, const VXStringVector& f
   }
   EnsureXMLPlatform();
   SaxReader reader;
+  reader.GuardInput(QORLObjectManager::kMaxAttributeChars);
   QORLObjectManager manager(pGateway, false, true, false, false, false);
   manager.SetExitOnExprParsingError(bExitOnExprParsingError);
   manager.m_bExitOnPasswordError = bExitOnPasswordError;

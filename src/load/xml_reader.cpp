@@ -4,10 +4,12 @@
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
 #include <xercesc/sax/ErrorHandler.hpp>
+#include <xercesc/sax/InputSource.hpp>
 #include <xercesc/sax/Locator.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/sax2/SAX2XMLReader.hpp>
 #include <xercesc/sax2/XMLReaderFactory.hpp>
+#include <xercesc/util/BinInputStream.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/SecurityManager.hpp>
@@ -16,9 +18,13 @@
 #include <xercesc/util/XMLResourceIdentifier.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
+#include <algorithm>
+#include <cstring>
 #include <mutex>
 #include <new>
+#include <vector>
 
+#include "load/raw_input_guard.h"
 #include "platform/error.h"
 
 namespace qorl {
@@ -32,7 +38,7 @@ void EnsureXMLPlatform() {
   std::call_once(once, [] { xercesc::XMLPlatformUtils::Initialize(); });
 }
 
-namespace {
+namespace xml_input {
 
 const XMLCh kXmlTextSystemId[] = u"qorl-text";
 const XMLCh kXmlNoText[] = u"";
@@ -69,16 +75,95 @@ class RefusingResolver : public xercesc::XMLEntityResolver {
   }
 };
 
-}  // namespace
+// A source whose bytes pass a RawInputGuard on their way to the parser. The
+// guard refuses by throwing from a read, which the parser survives while it
+// scans but not in the middle of making its reader, which reads first: so the
+// first bytes are read and checked when the stream is made, before the
+// parser holds anything to leak.
+class GuardedInputSource : public xercesc::InputSource {
+ public:
+  GuardedInputSource(const xercesc::InputSource& inner, XMLSize_t maxChars, RawInputGuard::Units units)
+      : xercesc::InputSource(inner.getSystemId(), inner.getPublicId()), m_inner(inner), m_maxChars(maxChars),
+        m_units(units) {
+    if (inner.getEncoding()) setEncoding(inner.getEncoding());
+    setIssueFatalErrorIfNotFound(inner.getIssueFatalErrorIfNotFound());
+  }
+
+  xercesc::BinInputStream* makeStream() const override {
+    std::unique_ptr<xercesc::BinInputStream> stream(m_inner.makeStream());
+    return stream ? new Stream(std::move(stream), m_maxChars, m_units) : nullptr;
+  }
+
+ private:
+  class Stream : public xercesc::BinInputStream {
+   public:
+    // More than the parser's first read asks for.
+    static constexpr size_t kFirstBytes = 64 << 10;
+
+    Stream(std::unique_ptr<xercesc::BinInputStream> inner, XMLSize_t maxChars, RawInputGuard::Units units)
+        : m_inner(std::move(inner)), m_guard(maxChars, units), m_first(kFirstBytes) {
+      size_t got = 0;
+      while (got < m_first.size() && !m_end) {
+        XMLSize_t n = m_inner->readBytes(m_first.data() + got, m_first.size() - got);
+        got += n;
+        m_end = n == 0;
+      }
+      m_first.resize(got);
+      m_guard.Feed(m_first.data(), got);
+      if (m_end) m_guard.Feed(nullptr, 0);
+    }
+    XMLFilePos curPos() const override { return m_pos; }
+    XMLSize_t readBytes(XMLByte* const toFill, const XMLSize_t maxToRead) override {
+      XMLSize_t n;
+      if (m_served < m_first.size()) {
+        n = std::min<XMLSize_t>(maxToRead, m_first.size() - m_served);
+        std::memcpy(toFill, m_first.data() + m_served, n);
+        m_served += n;
+      } else {
+        if (m_end) return 0;
+        n = m_inner->readBytes(toFill, maxToRead);
+        m_end = n == 0;
+        m_guard.Feed(toFill, n);
+      }
+      m_pos += n;
+      return n;
+    }
+    const XMLCh* getContentType() const override { return m_inner->getContentType(); }
+    const XMLCh* getEncoding() const override { return m_inner->getEncoding(); }
+
+   private:
+    std::unique_ptr<xercesc::BinInputStream> m_inner;
+    RawInputGuard m_guard;
+    std::vector<XMLByte> m_first;
+    size_t m_served = 0;
+    bool m_end = false;
+    XMLFilePos m_pos = 0;
+  };
+
+  const xercesc::InputSource& m_inner;
+  XMLSize_t m_maxChars;
+  RawInputGuard::Units m_units;
+};
+
+}  // namespace xml_input
 
 struct SaxReader::Impl {
   xercesc::SecurityManager security;
-  RefusingResolver resolver;
+  xml_input::RefusingResolver resolver;
   // Last, so that it goes first: it points at the two above.
   std::unique_ptr<xercesc::SAX2XMLReader> reader;
   xercesc::ErrorHandler* errors = nullptr;
   // Failures of the library that did not pass through the scanner's count.
   XMLSize_t extraErrors = 0;
+  bool guarded = false;
+  XMLSize_t maxAttributeChars = 0;
+
+  // Parses src, through the guard when there is one.
+  void Parse(const xercesc::InputSource& src, RawInputGuard::Units units) {
+    if (!guarded) return reader->parse(src);
+    xml_input::GuardedInputSource source(src, maxAttributeChars, units);
+    reader->parse(source);
+  }
 
   void BeginParse() {
     extraErrors = 0;
@@ -97,7 +182,7 @@ struct SaxReader::Impl {
     } catch (const xercesc::XMLException& e) {
       ++extraErrors;
       if (!errors) throw ErrorMessage(XMLStr::ToVX(e.getMessage()));
-      errors->fatalError(xercesc::SAXParseException(e.getMessage(), kXmlNoText, systemId, 0, 0));
+      errors->fatalError(xercesc::SAXParseException(e.getMessage(), xml_input::kXmlNoText, systemId, 0, 0));
     }
   }
 };
@@ -156,7 +241,7 @@ void SaxReader::ParseFile(const VXString& path) {
   std::u16string p = path.ToUTF16();
   d.Run(p.c_str(), [&] {
     xercesc::LocalFileInputSource src(p.c_str());
-    d.reader->parse(src);
+    d.Parse(src, RawInputGuard::Units::kDetect);
   });
 }
 
@@ -164,14 +249,19 @@ void SaxReader::ParseText(const VXString& text) {
   Impl& d = *m_impl;
   std::u16string buf = text.ToUTF16();
   size_t skip = (!buf.empty() && buf[0] == u'\xFEFF') ? 1 : 0;
-  d.Run(kXmlTextSystemId, [&] {
+  d.Run(xml_input::kXmlTextSystemId, [&] {
     xercesc::MemBufInputSource src(reinterpret_cast<const XMLByte*>(buf.data() + skip),
-                                   (buf.size() - skip) * sizeof(char16_t), kXmlTextSystemId, false);
+                                   (buf.size() - skip) * sizeof(char16_t), xml_input::kXmlTextSystemId, false);
     // Host-order UTF-16: the parser then ignores the encoding that the text's
     // declaration names, which described bytes that no longer exist.
     src.setEncoding(XMLUni::fgXMLChEncodingString);
-    d.reader->parse(src);
+    d.Parse(src, RawInputGuard::Units::kUTF16HostOrder);
   });
+}
+
+void SaxReader::GuardInput(XMLSize_t maxAttributeChars) {
+  m_impl->guarded = true;
+  m_impl->maxAttributeChars = maxAttributeChars;
 }
 
 XMLSize_t SaxReader::GetErrorCount() const {

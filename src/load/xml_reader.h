@@ -43,6 +43,14 @@ class SaxReader {
   // this reader. Schema hints inside documents are ignored.
   void EnableValidation(const VXString& schemaPath, bool cacheGrammar);
 
+  // Checks the bytes of every following parse as the parser reads them (see
+  // load/raw_input_guard.h): an attribute value longer than maxAttributeChars
+  // UTF-16 units is refused before the parser has buffered it whole (a few a
+  // little longer pass, for the handler to refuse), as are invalid UTF-8 and
+  // NUL characters, each with its line. The refusal is an ErrorMessage thrown
+  // from the parse.
+  void GuardInput(XMLSize_t maxAttributeChars);
+
   // Errors go to the error handler, a missing file as a fatal error, and are
   // counted in GetErrorCount; without an error handler they are only counted.
   // A refused external resource is reported through error(). Exceptions thrown

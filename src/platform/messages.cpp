@@ -45,6 +45,8 @@ constexpr MessageDef kMessageCatalogue[] = {
     {92018, "Line %1: elements are nested more than %2 levels deep."},
     {92019, "Line %1: the attribute %2 of <%3> is longer than %4 characters."},
     {92020, "Line %1: the text in <%2> is longer than %3 characters."},
+    {92021, "Line %1: the bytes %2 are not UTF-8, the encoding of a document whose XML declaration names no other."},
+    {92022, "Line %1: the document holds a NUL character, which no XML document may hold."},
     {92025, "The %1 %2 was deleted too: it cannot stand without the %3 %4, which was deleted."},
     {92026, "The %1 %2 no longer refers to the %3 %4, which was deleted."},
     {92031, "Line %1: <%2> %3 is a built-in security object, which every repository keeps; it is not deleted."},

@@ -178,6 +178,70 @@ TEST_F(Cli, LoadAppliesDocumentsAndAFailureChangesNothing) {
   EXPECT_NE(info.out.find("Group \"Administrators\""), std::string::npos) << info.out;
 }
 
+std::string Times(const std::string& s, size_t n) {
+  std::string out;
+  out.reserve(s.size() * n);
+  for (size_t i = 0; i < n; ++i) out += s;
+  return out;
+}
+
+// Hostile documents, as the command meets them: each is refused with the file
+// and the line of the problem, and the repository file keeps every byte. (How
+// fast and in how little memory: bench/hostile.sh.)
+TEST_F(Cli, HostileDocumentsAreRefusedWithFileAndLineAndChangeNothing) {
+  ASSERT_EQ(RunQorl("init '" + repo + "' --repository-password pw").code, 0);
+  const std::string before = ReadFile(repo);
+  const std::string head = "<?xml version='1.0' encoding='UTF-8'?>\n";
+  // The body begins on line 4.
+  auto declare = [&](const std::string& body) {
+    return head + "<Repository>\n<DECLARE>\n" + body + "</DECLARE>\n</Repository>\n";
+  };
+  std::string bomb = head + "<!DOCTYPE Repository [\n<!ENTITY a0 \"lol\">\n";
+  for (int i = 1; i <= 9; ++i) bomb += "<!ENTITY a" + std::to_string(i) + " \"" + Times("&a" + std::to_string(i - 1) + ";", 10) + "\">\n";
+  bomb += "]>\n<Repository>\n<DECLARE>\n<Database name=\"&a9;\"/>\n</DECLARE>\n</Repository>\n";
+  const std::string doctype = ":2: error: A document may not have a DOCTYPE";
+  struct Case {
+    std::string name, doc, message;
+  };
+  const std::vector<Case> cases = {
+      {"doctype-internal", head + "<!DOCTYPE Repository [\n<!ELEMENT Repository ANY>\n]>\n<Repository/>\n", doctype},
+      {"doctype-external", head + "<!DOCTYPE Repository SYSTEM \"/etc/passwd\">\n<Repository/>\n", doctype},
+      {"entity-blowup", bomb, doctype},
+      {"depth", declare(Times("<X>", 100000) + Times("</X>", 100000) + "\n"),
+       ":4: error: Elements are nested more than 256 levels deep."},
+      // One element a line inside an object: the limit stops it long before a
+      // 16-bit level would wrap and lift the inner object to the top.
+      {"depth-wrap",
+       declare("<Database name=\"outer\">\n" + Times("<X>\n", 65537) + "<Database name=\"inner\"/>\n" +
+               Times("</X>\n", 65537) + "</Database>\n"),
+       ":258: error: Elements are nested more than 256 levels deep."},
+      {"attribute", declare("<Database name=\"" + std::string(8 << 20, 'a') + "\"/>\n"),
+       ":4: error: The attribute name of <Database> is longer than 1048576 characters."},
+      {"number",
+       declare("<Database name=\"d\"/>\n<ConnectionPool name=\"p\" parentName=\"&quot;d&quot;\" maxConn=\"4294967297\"/>\n"),
+       ":5: error: The attribute maxConn=\"4294967297\" of <ConnectionPool> is not a number in range"},
+      {"invalid-utf8", declare("<Database name=\"d\">\n<Description>bad \xC3\x28 byte</Description>\n</Database>\n"),
+       ":5: error: The bytes C3 28 are not UTF-8"},
+      {"nul", declare(std::string("<Database name=\"nul\0byte\"/>\n", 28)),
+       ":4: error: The document holds a NUL character, which no XML document may hold."},
+      {"truncated", head + "<Repository>\n<DECLARE>\n<Database name=\"d\">\n<Description>cut\n",
+       ":6: error: The XML document is not well-formed or not valid: input ended before all started tags were ended"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const std::string doc = (dir / (c.name + ".xml")).string();
+    std::ofstream(doc, std::ios::binary) << c.doc;
+    Result r = RunQorl("load '" + repo + "' '" + doc + "' --repository-password pw");
+    EXPECT_EQ(r.code, 1);
+    // FILE:LINE: (with the column where the parser knows it), then the message.
+    const std::string line = c.message.substr(0, c.message.find(' '));   // ":N:"
+    const std::string text = c.message.substr(c.message.find(' ') + 1);  // "error: ..."
+    EXPECT_NE(r.out.find(doc + line), std::string::npos) << r.out.substr(0, 500);
+    EXPECT_NE(r.out.find(text), std::string::npos) << r.out.substr(0, 500);
+    EXPECT_EQ(ReadFile(repo), before);
+  }
+}
+
 TEST_F(Cli, IgnoringErrorsDoesNotPassOverAMalformedDocument) {
   ASSERT_EQ(RunQorl("init '" + repo + "' --repository-password pw").code, 0);
   std::string broken = (dir / "broken.xml").string();
