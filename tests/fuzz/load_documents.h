@@ -45,7 +45,7 @@ class DocumentLoader {
     m_repository = VXString((m_dir / "repository.db").string());
     ARpGateway::Create(m_repository, VXString(kPassword));
     // What the load logs is not under test, and printing it would slow every run.
-    m_previousSink = ServerLog::SetSink([](ServerLog::Kind, int, const VXString&) {});
+    m_previousSink = ServerLog::SetSink([](const ServerLog::Record&) {});
   }
   ~DocumentLoader() {
     ServerLog::SetSink(m_previousSink);
