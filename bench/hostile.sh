@@ -86,13 +86,13 @@ for c in "${cases[@]}"; do
   size=$(awk -v b="$(stat -c %s "$doc")" 'BEGIN{printf "%.1f", b/1048576}')
   unchanged=yes
   cmp -s "$work/r.db" "$work/before.db" || unchanged=no
-  msg=$(grep -m1 "Line $line" "$work/out" || true)
+  msg=$(grep -m1 -E "$name\.xml:$line(:[0-9]+)?: error: " "$work/out" || true)
   problems=()
   [ "$code" -ne 0 ] || problems+=("loaded")
   awk -v s="$secs" -v m="$MAX_SECONDS" 'BEGIN{exit !(s < m)}' || problems+=("slow")
   [ "$mb" -lt "$MAX_MB" ] || problems+=("memory")
   [ "$unchanged" = yes ] || problems+=("file changed")
-  [ -n "$msg" ] || problems+=("no Line $line")
+  [ -n "$msg" ] || problems+=("no $name.xml:$line: error")
   grep -q "$name.xml" "$work/out" || problems+=("no file name")
   [ -n "$msg" ] || msg=$(head -c 200 "$work/out" | tr '\n' ' ')
   printf '| %s | %s | %s | %.2f | %s | %s | %s |\n' "$name" "$size" "$code" "$secs" "$mb" "$unchanged" "${msg:0:140}"
